@@ -1,0 +1,6 @@
+# AddressSanitizer and UndefinedBehaviorSanitizer for one target; any finding ends the program.
+function(aerolink_sanitize target)
+    target_compile_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all
+                           -fno-omit-frame-pointer -O1 -U_FORTIFY_SOURCE)
+    target_link_options(${target} PRIVATE -fsanitize=address,undefined)
+endfunction()
