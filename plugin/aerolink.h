@@ -12,12 +12,13 @@ extern "C" {
 struct json_object;
 struct zuci2_context;
 
-// --- Routes ------------------------------------------------------------------------------------------------------
+// --- Routes
+// ------------------------------------------------------------------------------------------------------
 
-// A handler reads the request and adds members to the response, which is an empty object on entry; both belong to
-// the daemon. Result: 0 success, -4 a value that is not acceptable, -5 a required member is missing (the response
-// then has "msg": "missing parameters"), -24 the internet is not reachable.
-// A handler must not run beside another one: they share tables and integers without a lock.
+// A handler reads the request and adds members to the response, which is an empty object on entry; both
+// belong to the daemon. Result: 0 success, -4 a value that is not acceptable, -5 a required member is missing
+// (the response then has "msg": "missing parameters"), -24 the internet is not reachable. A handler must not
+// run beside another one: they share tables and integers without a lock.
 struct api_entity {
     const char *path;
     const char *method; // "get" or "post"
@@ -43,23 +44,27 @@ AEROLINK_EXPORT int batch_get_wbf(struct json_object *in, struct json_object *ou
 AEROLINK_EXPORT int batch_set_wbf(struct json_object *in, struct json_object *out);
 AEROLINK_EXPORT int designated_customer(struct json_object *in, struct json_object *out);
 
-// --- State for the life of the process ---------------------------------------------------------------------------
+// --- State for the life of the process
+// ---------------------------------------------------------------------------
 
 AEROLINK_EXPORT extern int batch_status;           // 0: the last batch asked for a reboot; 1 at load
 AEROLINK_EXPORT extern int xwf_enable_flag;        // 1: the last customer file asked for the xwf feature
 AEROLINK_EXPORT extern int falcon_2g_5g_swap_done; // 1: the keys of batch_list_ardea are swapped by band
 
-// --- Checks ------------------------------------------------------------------------------------------------------
+// --- Checks
+// ------------------------------------------------------------------------------------------------------
 
-// 1 when text matches the POSIX extended pattern, 0 when not, -1 for a null argument or a pattern that cannot be
-// used. \d \D \s \S \w \W have their usual meaning, in brackets too. Unanchored unless the pattern is anchored;
-// anchors match at line feeds, and what names characters that must not match never matches a line feed.
+// 1 when text matches the POSIX extended pattern, 0 when not, -1 for a null argument or a pattern that cannot
+// be used. \d \D \s \S \w \W have their usual meaning, in brackets too. Unanchored unless the pattern is
+// anchored; anchors match at line feeds, and what names characters that must not match never matches a line
+// feed.
 AEROLINK_EXPORT int regex_exe(const char *pattern, const char *text);
 
 // 1 when one of the probe addresses answers a ping, otherwise 0. May take seconds for each address.
 AEROLINK_EXPORT int cmm_net_reachable2(void);
 
-// --- Transmit power ----------------------------------------------------------------------------------------------
+// --- Transmit power
+// ----------------------------------------------------------------------------------------------
 
 // Derives "package.section.txpower_max" from the path of a "txpower" option into out (size bytes).
 // 0, or 1 for a null argument or when the result does not fit.
@@ -74,7 +79,8 @@ AEROLINK_EXPORT int txpower_max_5g(int level, const char *path);
 // 0, or 1 for an unknown level name or key.
 AEROLINK_EXPORT int txpower_max_set(const char *key, const char *value, const char *path);
 
-// --- Batch -------------------------------------------------------------------------------------------------------
+// --- Batch
+// -------------------------------------------------------------------------------------------------------
 
 struct batch_entry {
     const char *uci_path; // the option that holds the setting
@@ -103,8 +109,8 @@ AEROLINK_EXPORT int batch_set_heron_wbf(struct json_object *in, struct json_obje
 AEROLINK_EXPORT int batch_set_mt_wbf(struct json_object *in, struct json_object *out);
 
 // Works on the caller's context and commits nothing. dual: 0 for a device with one radio.
-AEROLINK_EXPORT int batch_set_default(struct json_object *in, struct json_object *out, struct zuci2_context *ctx,
-                                      const char *model, int dual);
+AEROLINK_EXPORT int batch_set_default(struct json_object *in, struct json_object *out,
+                                      struct zuci2_context *ctx, const char *model, int dual);
 
 // Changes the administrator password in UCI and of the account root. 0, or -4 and nothing changed.
 AEROLINK_EXPORT int batch_set_pwd(const char *password);
@@ -112,10 +118,11 @@ AEROLINK_EXPORT int batch_set_pwd(const char *password);
 // Sets the interface language from a code of at most 7 characters; always 0.
 AEROLINK_EXPORT int batch_set_language(const char *code);
 
-// --- Customer file -----------------------------------------------------------------------------------------------
+// --- Customer file
+// -----------------------------------------------------------------------------------------------
 
-// Makes sure that the customer file declares a firmware type. 0 when it does, else the status of the command that
-// rewrites it.
+// Makes sure that the customer file declares a firmware type. 0 when it does, else the status of the command
+// that rewrites it.
 AEROLINK_EXPORT int wbf_update_fw_type(void);
 
 // Add the customer file's keys to out, and write them from in; always 0.

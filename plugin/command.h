@@ -1,0 +1,24 @@
+// Shell commands whose end the plug-in waits for.
+#pragma once
+
+#include <cstddef>
+
+// What the platform writes at most into a buffer whose size it is not told, the NUL included.
+inline constexpr size_t platform_text_size = 4096;
+
+// Runs the command line; its wait status as system(3) gives it.
+int run(const char *command);
+
+// First output line of the command line, "" when there is none; a longer line is cut to size bytes.
+void read_command_line(const char *command, char *out, size_t size);
+void read_uci_line(const char *command, char *out, size_t size);
+
+template <size_t N>
+void read_command_line(const char *command, char (&out)[N]) {
+    read_command_line(command, out, N);
+}
+
+template <size_t N>
+void read_uci_line(const char *command, char (&out)[N]) {
+    read_uci_line(command, out, N);
+}

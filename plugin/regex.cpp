@@ -1,0 +1,251 @@
+// Pattern validation: POSIX extended expressions plus \d \D \s \S \w \W, which the C libraries disagree
+// about. A pattern is rewritten into bracket classes before it is compiled.
+#include "plugin/aerolink.h"
+
+#include <cstddef>
+#include <cstring>
+#include <cwctype>
+#include <regex.h>
+
+namespace {
+
+constexpr size_t rewritten_size = 2048;
+
+// The rewritten pattern as it grows; `fits` turns false once and for all.
+struct rewritten {
+    char text[rewritten_size];
+    size_t length;
+    bool fits;
+};
+
+void append(rewritten &out, const char *text, size_t length) {
+    out.fits = out.fits && length < rewritten_size - out.length;
+    if (!out.fits)
+        return;
+    memcpy(out.text + out.length, text, length);
+    out.length += length;
+    out.text[out.length] = '\0';
+}
+
+void append(rewritten &out, const char *text) { append(out, text, strlen(text)); }
+void append(rewritten &out, char character) { append(out, &character, 1); }
+
+// The inside of the bracket expression that a class escape stands for, in either case of its letter; else
+// null.
+const char *class_of(char letter) {
+    switch (letter) {
+    case 'd':
+    case 'D':
+        return "[:digit:]";
+    case 's':
+    case 'S':
+        return "[:space:]";
+    case 'w':
+    case 'W':
+        return "[:alnum:]_";
+    default:
+        return nullptr;
+    }
+}
+
+bool is_negated(char letter) { return letter == 'D' || letter == 'S' || letter == 'W'; }
+
+// The characters of a bracket expression behind "[" or "[^".
+struct bracket {
+    const char *begin;
+    const char *end; // its "]"; null when there is none
+    bool inverted;
+    bool has_negated_class;
+};
+
+// The end of "[:name:]", "[.x.]" or "[=x=]" that begins at text; null when none does.
+const char *end_of_named(const char *text) {
+    if (text[0] != '[' || text[1] == '\0' || !strchr(":.=", text[1]))
+        return nullptr;
+    const char close[] = {text[1], ']', '\0'};
+    const char *end = strstr(text + 2, close);
+    return end ? end + 2 : nullptr;
+}
+
+bracket scan_bracket(const char *text) {
+    bracket found = {text + 1, nullptr, false, false};
+    if (*found.begin == '^') {
+        found.inverted = true;
+        ++found.begin;
+    }
+    const char *at = found.begin;
+    if (*at == ']')
+        ++at;
+    while (*at != '\0' && *at != ']') {
+        if (const char *end = end_of_named(at)) {
+            at = end;
+        } else if (at[0] == '\\' && (class_of(at[1]) || at[1] == '\\')) {
+            found.has_negated_class = found.has_negated_class || is_negated(at[1]);
+            at += 2;
+        } else {
+            ++at;
+        }
+    }
+    if (*at == ']')
+        found.end = at;
+    return found;
+}
+
+// A bracket expression without a negated class: only the escapes are replaced.
+void rewrite_bracket(const bracket &source, rewritten &out) {
+    append(out, source.inverted ? "[^" : "[");
+    for (const char *at = source.begin; at < source.end;) {
+        size_t step = 1;
+        if (const char *end = end_of_named(at)) {
+            step = static_cast<size_t>(end - at);
+            append(out, at, step);
+        } else if (at[0] == '\\' && class_of(at[1])) {
+            step = 2;
+            append(out, class_of(at[1]));
+        } else if (at[0] == '\\' && at[1] == '\\') {
+            step = 2;
+            append(out, at, step);
+        } else if (at[0] == '\\' && at[1] == '/') {
+            // The slash follows by itself.
+        } else {
+            append(out, *at);
+        }
+        at += step;
+    }
+    append(out, ']');
+}
+
+constexpr unsigned ascii_end = 128;
+
+// Which ASCII characters a bracket expression lists.
+struct ascii_set {
+    bool has[ascii_end];
+};
+
+void add_class(ascii_set &set, wctype_t type, bool negated) {
+    for (unsigned c = 1; c < ascii_end; ++c)
+        if ((iswctype(static_cast<wint_t>(c), type) != 0) != negated)
+            set.has[c] = true;
+}
+
+void add_escape(ascii_set &set, char letter) {
+    const bool word = letter == 'w' || letter == 'W';
+    const char *name = word ? "alnum" : (letter == 'd' || letter == 'D') ? "digit" : "space";
+    const bool underscore = set.has['_'];
+    add_class(set, wctype(name), is_negated(letter));
+    if (word)
+        set.has['_'] = underscore || !is_negated(letter);
+}
+
+// Adds "[:name:]"; false for any other form and for an unknown name.
+bool add_named(ascii_set &set, const char *text, const char *end) {
+    char name[16] = "";
+    const size_t length = static_cast<size_t>(end - text) - 4;
+    if (text[1] != ':' || length >= sizeof name)
+        return false;
+    memcpy(name, text + 2, length);
+    const wctype_t type = wctype(name);
+    if (type == 0)
+        return false;
+    add_class(set, type, false);
+    return true;
+}
+
+void add_range(ascii_set &set, char first, char last) {
+    const unsigned end = static_cast<unsigned char>(last);
+    for (unsigned c = static_cast<unsigned char>(first); c <= end && c < ascii_end; ++c)
+        set.has[c] = true;
+}
+
+bool collect(const bracket &source, ascii_set &set) {
+    for (const char *at = source.begin; at < source.end;) {
+        if (const char *end = end_of_named(at)) {
+            if (!add_named(set, at, end))
+                return false;
+            at = end;
+        } else if (at[0] == '\\' && class_of(at[1])) {
+            add_escape(set, at[1]);
+            at += 2;
+        } else if (at[0] == '\\' && at[1] == '/') {
+            ++at; // the slash follows by itself
+        } else if (at + 2 < source.end && at[1] == '-') {
+            add_range(set, at[0], at[2]);
+            at += 3;
+        } else {
+            add_range(set, at[0], at[0]);
+            at += at[0] == '\\' && at[1] == '\\' ? 2 : 1;
+        }
+    }
+    return true;
+}
+
+// A bracket expression with a negated class lists every character beyond ASCII and all ASCII punctuation. So
+// what it leaves out is a list of plain ASCII characters: an inverted expression is that list, any other the
+// list inverted.
+bool rewrite_negated_bracket(const bracket &source, rewritten &out) {
+    ascii_set listed = {};
+    if (!collect(source, listed))
+        return false;
+    char left_out[ascii_end];
+    size_t length = 0;
+    for (unsigned c = 1; c < ascii_end; ++c)
+        if (!listed.has[c])
+            left_out[length++] = static_cast<char>(c);
+    if (source.inverted && length == 0) {
+        append(out, "($.)"); // nothing is left that could match
+        return true;
+    }
+    append(out, source.inverted ? "[" : "[^\n"); // an inverted list never matches a line feed anyway
+    append(out, left_out, length);
+    append(out, ']');
+    return true;
+}
+
+// The rewritten form of what follows a backslash outside brackets.
+void rewrite_escape(char letter, rewritten &out) {
+    if (const char *inside = class_of(letter)) {
+        append(out, is_negated(letter) ? "[^" : "[");
+        append(out, inside);
+        append(out, ']');
+    } else {
+        if (letter != '/')
+            append(out, '\\');
+        append(out, letter);
+    }
+}
+
+bool rewrite(const char *pattern, rewritten &out) {
+    for (const char *at = pattern; *at != '\0';) {
+        if (at[0] == '\\' && at[1] != '\0') {
+            rewrite_escape(at[1], out);
+            at += 2;
+            continue;
+        }
+        const bracket found = *at == '[' ? scan_bracket(at) : bracket{};
+        if (!found.end) {
+            append(out, *at++);
+            continue;
+        }
+        if (!found.has_negated_class)
+            rewrite_bracket(found, out);
+        else if (!rewrite_negated_bracket(found, out))
+            return false;
+        at = found.end + 1;
+    }
+    return out.fits;
+}
+
+} // namespace
+
+int regex_exe(const char *pattern, const char *text) {
+    rewritten translated = {};
+    if (!pattern || !text || !rewrite(pattern, translated))
+        return -1;
+    regex_t compiled;
+    if (regcomp(&compiled, translated.text, REG_EXTENDED | REG_NEWLINE) != 0) {
+        return -1;
+    }
+    const int result = regexec(&compiled, text, 0, nullptr, 0);
+    regfree(&compiled);
+    return result == 0 ? 1 : result == REG_NOMATCH ? 0 : -1;
+}
