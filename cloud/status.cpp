@@ -1,0 +1,73 @@
+// "/cloud/aerolink/get": the state of the cloud link.
+#include "platform/zuutil.h"
+#include "plugin/aerolink.h"
+#include "plugin/server_zone.h"
+#include "plugin/text.h"
+#include "plugin/uci.h"
+
+#include <json-c/json.h>
+#include <syslog.h>
+
+namespace {
+
+struct zone_name {
+    const char *host;
+    const char *name;
+};
+
+// In the order in which the user is offered them. The log view names the third one differently.
+constexpr zone_name zones[] = {
+    {host_europe, "Europe"},
+    {host_america, "America"},
+    {host_asia_pacific, "Asia Pacific"},
+    {host_china, "China"},
+};
+
+const char *display_name(const char *host) {
+    for (const zone_name &zone : zones)
+        if (equal(host, zone.host))
+            return zone.name;
+    return host;
+}
+
+void add_flag(json_object *out, zuci2_context *ctx, const char *member, const char *path) {
+    char value[8];
+    read_option(ctx, path, value);
+    zjson_add_boolean(out, member, equal(value, "1"));
+}
+
+template <size_t N>
+void add_text(json_object *out, zuci2_context *ctx, const char *member, const char *path) {
+    char value[N];
+    read_option(ctx, path, value);
+    zjson_add_string(out, member, value);
+}
+
+} // namespace
+
+int aerolink_ctrl_get(json_object *, json_object *out) {
+    {
+        const uci_scope uci;
+        const char *ddns_name = get_ddns_name();
+
+        add_flag(out, uci.ctx, "cloud_enable", "zuconfig.cloud.enable");
+        add_flag(out, uci.ctx, "check_status", "zuconfig.cloud.check_status");
+        add_flag(out, uci.ctx, "rtty_ssh", "rtty.general.ssh_en");
+        add_flag(out, uci.ctx, "rtty_web", "rtty.general.web_en");
+
+        char zone[128];
+        read_option(uci.ctx, "zuconfig.cloud.serverzone", zone);
+        zjson_add_string(out, "serverzone", display_name(zone));
+        json_object *names = json_object_new_array();
+        for (const zone_name &offered : zones)
+            zjson_array_add_string(names, offered.name);
+        zjson_add_object(out, "serverzones", names);
+
+        zjson_add_string(out, "name", ddns_name ? ddns_name : "");
+        add_text<32>(out, uci.ctx, "username", "zuconfig.cloud.username");
+        add_text<64>(out, uci.ctx, "email", "zuconfig.cloud.email");
+        add_text<128>(out, uci.ctx, "bindtime", "zuconfig.cloud.bindtime");
+    }
+    syslog(LOG_INFO, "output=%s\n", json_object_to_json_string_ext(out, JSON_C_TO_STRING_PLAIN));
+    return 0;
+}
