@@ -7,8 +7,8 @@ extern "C" {
 
 struct json_object;
 
-// Runs the route `path` of any loaded plug-in with these two objects and returns its result; -1 and an untouched
-// response when no plug-in has it.
+// Runs the route `path` of any loaded plug-in with these two objects and returns its result; -1 and an
+// untouched response when no plug-in has it.
 int custom_api_dispatcher(const char *path, struct json_object *request, struct json_object *response);
 
 #ifdef __cplusplus

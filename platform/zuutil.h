@@ -1,8 +1,8 @@
 // The maker's utility library: UCI access, JSON helpers, command runners and device facts.
 // Declarations only; a device brings its own library, the development kit brings one for the desk.
 //
-// No function here is told the size of a buffer. Every text that one of them writes is NUL-terminated and takes
-// at most 4096 bytes with its NUL, unless its comment says otherwise.
+// No function here is told the size of a buffer. Every text that one of them writes is NUL-terminated and
+// takes at most 4096 bytes with its NUL, unless its comment says otherwise.
 #pragma once
 
 #ifdef __cplusplus
@@ -11,7 +11,8 @@ extern "C" {
 
 struct json_object;
 
-// --- UCI ---------------------------------------------------------------------------------------------------------
+// --- UCI
+// ---------------------------------------------------------------------------------------------------------
 // A path is "package", "package.section" or "package.section.option"; a section may be a selector such as
 // "@wifi-iface[0]". Functions that return int give 0 on success.
 
@@ -24,9 +25,10 @@ struct zuci2_context *zuci2_init(void);
 // Missing option or null context: non-zero, buffer untouched.
 int zuci2_get(struct zuci2_context *ctx, const char *path, char *buffer);
 
-// "package.section" sets the section's type and creates the section; "package.section.option" sets the option and
-// fails when the section is missing. A recorded change survives zuci2_free without a commit: the next commit by
-// anyone, the command `uci commit` included, makes it durable, and every context opened later reads it.
+// "package.section" sets the section's type and creates the section; "package.section.option" sets the option
+// and fails when the section is missing. A recorded change survives zuci2_free without a commit: the next
+// commit by anyone, the command `uci commit` included, makes it durable, and every context opened later reads
+// it.
 int zuci2_set(struct zuci2_context *ctx, const char *path, const char *value);
 
 // Deletes an option or a section; a missing one is an error that changes nothing.
@@ -39,10 +41,11 @@ int zuci2_section_count(struct zuci2_context *ctx, const char *type);
 
 void zuci2_free(struct zuci2_context *ctx);
 
-// --- JSON --------------------------------------------------------------------------------------------------------
+// --- JSON
+// --------------------------------------------------------------------------------------------------------
 
-// The member's text, owned by the object; null when the member is missing or JSON null. A number, boolean, array
-// or object gives its JSON text.
+// The member's text, owned by the object; null when the member is missing or JSON null. A number, boolean,
+// array or object gives its JSON text.
 const char *zjson_get_string(struct json_object *object, const char *key);
 
 // 1 or 0; a missing member is 0.
@@ -61,7 +64,8 @@ void zjson_add_object(struct json_object *object, const char *key, struct json_o
 // Appends a copy of value.
 void zjson_array_add_string(struct json_object *array, const char *value);
 
-// --- Commands ----------------------------------------------------------------------------------------------------
+// --- Commands
+// ----------------------------------------------------------------------------------------------------
 
 // Runs the command line with the shell and waits; its exit status.
 int execCommand(const char *command);
@@ -71,18 +75,20 @@ int execCommand(const char *command);
 int getShellCommandReturnLine(const char *command, char *buffer);
 int getUciReturn(const char *command, char *buffer);
 
-// Starts the command line with the shell in a detached child and returns at once. Successive calls start in call
-// order; no zombie is left.
+// Starts the command line with the shell in a detached child and returns at once. Successive calls start in
+// call order; no zombie is left.
 int fork_exec2(const char *command);
 
-// --- Device facts ------------------------------------------------------------------------------------------------
-// The texts belong to the library.
+// --- Device facts
+// ------------------------------------------------------------------------------------------------ The texts
+// belong to the library.
 
 const char *get_model_name(void);
 const char *get_service_code(void);
 const char *get_ddns_name(void); // may be null
 
-// --- Text --------------------------------------------------------------------------------------------------------
+// --- Text
+// --------------------------------------------------------------------------------------------------------
 
 // The text's digest as 64 lower-case hexadecimal digits and a NUL.
 int sha256(const char *text, char *output);

@@ -1,0 +1,54 @@
+// The WAN settings and the reboot flag, which come first in every batch.
+#include "batch/rows.h"
+
+#include "plugin/command.h"
+#include "plugin/text.h"
+
+namespace {
+
+constexpr size_t reboot_flag_limit = 100; // characters
+
+// The flag goes to a file and into batch_status, never into UCI.
+bool set_reboot_flag(const row_step &step) {
+    char command[128];
+    if (strlen(step.value) > reboot_flag_limit ||
+        !format(command, "echo \"%s\" >/tmp/reboot_flag", step.value))
+        return false;
+    run(command);
+    batch_status = equal(step.value, "1") ? 0 : 1;
+    return true;
+}
+
+// A flag that is too long asks for no reboot.
+void refuse(const row_step &step) {
+    if (equal(step.key, "reboot_flag"))
+        batch_status = 1;
+    log_refusal(step);
+}
+
+// clang-format off
+constexpr key_rule always[] = {
+    {"wan_proto",    write_row},
+    {"wan_username", write_row},
+    {"wan_password", write_row},
+    {"wan_ipaddr",   write_row},
+    {"wan_gateway",  write_row},
+    {"wan_netmask",  write_row},
+    {"wan_dns",      write_row},
+    {"reboot_flag",  set_reboot_flag},
+};
+// clang-format on
+
+constexpr applier common = {.table = batch_list_common,
+                            .bandwidth = {},
+                            .always = always,
+                            .first_time = {},
+                            .checked = nullptr,
+                            .stored = {},
+                            .otherwise = nullptr,
+                            .finally = {},
+                            .refuse = refuse};
+
+} // namespace
+
+int batch_set_common(json_object *in, json_object *out) { return apply_and_commit(common, in, out, nullptr); }

@@ -1,0 +1,44 @@
+// "/cloud/aerolink/batch_get": reports what a cloud push can set.
+#include "batch/read.h"
+#include "plugin/text.h"
+
+#include <cstdlib>
+#include <syslog.h>
+
+namespace {
+
+constexpr size_t swapped_key_size = 128;
+
+// A copy of the key with the other band's digit; the table owns it for the rest of the process.
+void swap_band(batch_entry &row, const char *from, char to) {
+    if (strncmp(row.json_key, from, strlen(from)) != 0)
+        return;
+    char *swapped = static_cast<char *>(calloc(1, swapped_key_size));
+    if (!swapped)
+        return;
+    copy_cut(swapped, swapped_key_size, row.json_key);
+    swapped[0] = to;
+    row.json_key = swapped;
+}
+
+// falcon numbers its radios the other way round. From the first full read on, every walk of its table, the
+// set side included, matches the keys of the other band.
+void swap_falcon_bands(const char *model) {
+    if (!equal(model, "falcon") || falcon_2g_5g_swap_done != 0)
+        return;
+    falcon_2g_5g_swap_done = 1;
+    syslog(LOG_INFO, "swap falcon 2g 5g alias\n\n\n");
+    for (batch_entry &row : batch_list_ardea) {
+        if (row.json_key[0] == '2')
+            swap_band(row, "2g_", '5');
+        else
+            swap_band(row, "5g_", '2');
+    }
+}
+
+} // namespace
+
+int aerolink_batch_get(json_object *in, json_object *out) {
+    read_settings(cloud_families, in, out, swap_falcon_bands);
+    return 0;
+}

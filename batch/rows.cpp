@@ -1,0 +1,203 @@
+// The walk over a table's rows and the rules that several appliers share.
+#include "batch/rows.h"
+
+#include "platform/zuutil.h"
+#include "platform/zuwificore.h"
+#include "plugin/command.h"
+#include "plugin/log.h"
+#include "plugin/text.h"
+
+#include <json-c/json.h>
+
+namespace {
+
+constexpr size_t time_zone_command_size = 300;
+constexpr size_t time_zone_size = 128;
+
+bool is_for(const model_list &models, const row_step &step) {
+    return models.empty() || lists(models, step.model ? step.model : get_model_name());
+}
+
+// Runs the rule of the row's key, if there is one; `found` tells whether there was.
+bool run_rule(std::span<const key_rule> rules, row_step &step, bool &found) {
+    found = false;
+    for (const key_rule &rule : rules) {
+        if (!equal(step.key, rule.key))
+            continue;
+        found = true;
+        step.rule = &rule;
+        return rule.apply(step);
+    }
+    return true;
+}
+
+bool run_rule(std::span<const key_rule> rules, row_step &step) {
+    bool found = false;
+    return run_rule(rules, step, found);
+}
+
+bool write_first_time(const row_step &step) {
+    for (const first_time_key &candidate : step.device->first_time)
+        if (equal(step.key, candidate.key) && is_for(candidate.models, step))
+            return write_row(step);
+    return true;
+}
+
+bool run_optional(row_rule rule, const row_step &step) { return !rule || rule(step); }
+
+// Decides by what the option holds whether and how the row is written.
+bool decide_write(row_step &step, const char *current) {
+    if (current[0] == '\0')
+        return write_first_time(step);
+    if (step.pattern)
+        return run_optional(step.device->checked, step);
+    bool found = false;
+    if (!run_rule(step.device->stored, step, found))
+        return false;
+    return found || run_optional(step.device->otherwise, step);
+}
+
+void apply_row(row_step &step, const char *current) {
+    const applier &device = *step.device;
+    const bool fits = strlen(step.value) < value_size && run_rule(device.always, step) &&
+                      decide_write(step, current) && run_rule(device.finally, step);
+    if (!fits)
+        device.refuse(step);
+}
+
+} // namespace
+
+bool lists(const model_list &models, const char *model) {
+    for (const char *candidate : models)
+        if (equal(model, candidate))
+            return true;
+    return false;
+}
+
+int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_context *ctx,
+               const char *model) {
+    for (size_t index = 0; index < device.table.size(); ++index) {
+        batch_entry &row = device.table[index];
+        row.value = zjson_get_string(in, row.json_key);
+        char current[value_size];
+        read_option(ctx, row.uci_path, current);
+        if (row.value) {
+            row_step step = {&device,      ctx,       out,         model, row.uci_path,
+                             row.json_key, row.value, row.pattern, index, nullptr};
+            apply_row(step, current);
+        }
+        row.value = nullptr;
+    }
+    return 0;
+}
+
+int apply_and_commit(const applier &device, json_object *in, json_object *out, const char *model) {
+    {
+        const uci_scope uci;
+        apply_rows(device, in, out, uci.ctx, model);
+    }
+    commit_all();
+    return 0;
+}
+
+bool write_row(const row_step &step) {
+    set_option(step.ctx, step.path, step.value);
+    return true;
+}
+
+bool write_unless_repeater(const row_step &step) {
+    return wifi_check_repeater_is_connected() != 0 || write_row(step);
+}
+
+bool write_lan_ip(const row_step &step) {
+    set_option(step.ctx, step.path, step.value);
+    set_option(step.ctx, "dhcp.localhost.ip", step.value);
+    return true;
+}
+
+bool write_guest_lan_ip(const row_step &step) {
+    set_option(step.ctx, step.path, step.value);
+    syslog(LOG_INFO, "set guest lan ip =%s\n", step.value);
+    return true;
+}
+
+bool set_bandwidth(const row_step &step) {
+    if (wifi_check_repeater_is_connected() != 0)
+        return true;
+    for (const bandwidth_rule &rule : step.device->bandwidth) {
+        if (!equal(step.key, rule.key) || !is_for(rule.models, step))
+            continue;
+        for (const bandwidth_write &write : rule.writes)
+            set_option(step.ctx, write.path ? write.path : step.path,
+                       write.made ? write.made(step.value) : write.fixed);
+        return true;
+    }
+    return true;
+}
+
+bool set_time_zone(const row_step &step) {
+    char escaped[2 * value_size] = "";
+    increase_escape_function(step.value, escaped, static_cast<int>(strlen(step.value)));
+    char command[time_zone_command_size];
+    if (!format(command, "grep \"%s\" /usr/share/zoneinfo/tzdata.lua |awk -F\"'\" '{print $4}'", escaped))
+        return false;
+    char posix_rule[time_zone_size];
+    read_uci_line(command, posix_rule);
+    set_option(step.ctx, "system.@system[0].zonename", step.value);
+    set_option(step.ctx, "system.@system[0].timezone", posix_rule);
+    if (!format(command, "echo \"%s\" >/tmp/TZ", posix_rule))
+        return false;
+    run(command);
+    return true;
+}
+
+bool set_time_zone_and_commit(const row_step &step) {
+    if (!set_time_zone(step))
+        return false;
+    commit_package(step.ctx, "system");
+    return true;
+}
+
+bool set_txpower(const row_step &step) {
+    txpower_max_set(step.key, step.value, step.path);
+    return true;
+}
+
+bool set_password(const row_step &step) {
+    batch_set_pwd(step.value); // a refused password is not reported
+    return true;
+}
+
+bool leave_alone(const row_step &) { return true; }
+
+bool is_valid(const row_step &step, const char *text) { return regex_exe(step.pattern, text) == 1; }
+
+bool write_when_valid(const row_step &step) {
+    if (!is_valid(step, step.value)) {
+        answer_set_false(step);
+        return true;
+    }
+    return write_valid(step);
+}
+
+bool write_valid(const row_step &step) {
+    return equal(step.key, "lan_ip") ? write_lan_ip(step) : write_row(step);
+}
+
+void answer_set_false(const row_step &step) { zjson_add_string(step.out, step.key, "set false"); }
+
+void log_refusal(const row_step &step) { log_too_long(step.key); }
+
+const char *as_sent(const char *htmode) { return htmode; }
+
+const char *ht_for_narrow_vht(const char *htmode) {
+    if (strncmp(htmode, "VHT20", 5) == 0)
+        return "HT20";
+    if (strncmp(htmode, "VHT40", 5) == 0)
+        return "HT40";
+    return htmode;
+}
+
+const char *noscan_for_ht40(const char *htmode) { return equal(htmode, "HT40") ? "1" : "0"; }
+
+const char *noscan_for_vht80(const char *htmode) { return equal(htmode, "VHT80") ? "1" : "0"; }

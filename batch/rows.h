@@ -1,0 +1,131 @@
+// How a batch request is applied: one walk over a table's rows. What differs between devices stands in an
+// `applier` as data and small named rules; the walk asks neither for a model nor for a member.
+#pragma once
+
+#include "plugin/aerolink.h"
+#include "plugin/uci.h"
+
+#include <span>
+
+// Model names, compared letter for letter.
+using model_list = std::span<const char *const>;
+bool lists(const model_list &models, const char *model);
+
+// A value of this many characters or more is refused whole.
+inline constexpr size_t value_size = 512;
+
+struct applier;
+struct key_rule;
+
+// A row that the request has a value for.
+struct row_step {
+    const applier *device;
+    zuci2_context *ctx;
+    json_object *out;
+    const char *model;    // null: to be asked from the platform by the rule that needs it
+    const char *path;     // the row's option
+    const char *key;      // the row's member of the request
+    const char *value;    // the request's text, shorter than value_size
+    const char *pattern;  // the row's check, or null
+    size_t index;         // the row's place in its table
+    const key_rule *rule; // the rule that runs now
+};
+
+// Applies its part of a row; false when the value does not fit what it is meant for, and then the row ends,
+// refused.
+using row_rule = bool (*)(const row_step &step);
+
+// A rule for the rows of one key.
+struct key_rule {
+    const char *key;
+    row_rule apply;
+    const char *with = nullptr; // the other option or section that the rule needs, if any
+};
+
+// One write of a bandwidth rule: a path (null: the row's own) and its value, fixed or made from the
+// request's.
+struct bandwidth_write {
+    const char *path;
+    const char *fixed;
+    const char *(*made)(const char *htmode);
+};
+
+// What a bandwidth key sets on a model. The first rule that matches wins.
+struct bandwidth_rule {
+    const char *key;
+    model_list models; // empty: any model
+    std::span<const bandwidth_write> writes;
+};
+
+// A key that is written, unchecked, while its option holds nothing yet.
+struct first_time_key {
+    const char *key;
+    model_list models; // empty: any model
+};
+
+// The phases of a row, in this order: `always`, then by what the option holds one of `first_time` (nothing),
+// `checked` (a value, and the row has a pattern) and `stored` or else `otherwise` (a value, no pattern), then
+// `finally`. A null rule does nothing.
+struct applier {
+    std::span<batch_entry> table;
+    std::span<const bandwidth_rule> bandwidth;
+    std::span<const key_rule> always;
+    std::span<const first_time_key> first_time;
+    row_rule checked;
+    std::span<const key_rule> stored;
+    row_rule otherwise;
+    std::span<const key_rule> finally;
+    void (*refuse)(const row_step &step);
+};
+
+// Walks the applier's table; always 0. `model` as in row_step.
+int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_context *ctx,
+               const char *model);
+
+// The same on a context of its own, and then commits everything.
+int apply_and_commit(const applier &device, json_object *in, json_object *out, const char *model);
+
+// --- Rules that several appliers share
+// ----------------------------------------------------------------------------
+
+bool write_row(const row_step &step);
+bool write_unless_repeater(const row_step &step);
+
+// "network.lan.ipaddr" and the address that the router's own name resolves to.
+bool write_lan_ip(const row_step &step);
+
+// Writes the guest network's address and logs it.
+bool write_guest_lan_ip(const row_step &step);
+
+// Applies the bandwidth rule of the key, but never while the repeater uplink is up.
+bool set_bandwidth(const row_step &step);
+
+// Sets the zone's name and POSIX rule, in UCI and in "/tmp/TZ".
+bool set_time_zone(const row_step &step);
+bool set_time_zone_and_commit(const row_step &step);
+
+bool set_txpower(const row_step &step);
+bool set_password(const row_step &step);
+
+// For a key that another phase has dealt with.
+bool leave_alone(const row_step &step);
+
+// Writes a value that matches the row's pattern, and answers "set false" for any other.
+bool write_when_valid(const row_step &step);
+
+// The parts of write_when_valid: whether a text matches the row's pattern, and the write of a value that
+// does.
+bool is_valid(const row_step &step, const char *text);
+bool write_valid(const row_step &step);
+
+// Two ways to refuse a value: in the response, or in the system log alone.
+void answer_set_false(const row_step &step);
+void log_refusal(const row_step &step);
+
+// --- Values made from a bandwidth
+// ---------------------------------------------------------------------------------
+
+const char *as_sent(const char *htmode);
+const char *ht_for_narrow_vht(const char *htmode); // "VHT20..." and "VHT40..." become "HT20" and "HT40"
+const char *noscan_for_ht40(const char *htmode);
+const char *noscan_for_vht80(const char *htmode);
