@@ -1,0 +1,66 @@
+// Runs handlers, and keeps the references that they may release.
+//
+// A handler that does a named read releases one reference of the request's "name" member, any other handler
+// releases none, and nothing tells which it was. So the daemon holds one reference for each run of a handler
+// and one that is its own. After the run, with the response gone and the member out of the request, all
+// references that are left are the daemon's: it drops them until the member is freed.
+#include "devkit/apid/exchange.h"
+
+#include "devkit/apid/routes.h"
+#include "devkit/apid/text.h"
+#include "platform/host.h"
+
+namespace apid {
+
+namespace {
+
+json_object *held_name = nullptr; // the "name" of the request in work
+
+json_object *name_of(json_object *request) { return json_object_object_get(request, "name"); }
+
+void hold_name(json_object *request) { held_name = json_object_get(name_of(request)); }
+
+void drop_name(json_object *request) {
+    json_object_object_del(request, "name");
+    while (held_name != nullptr && json_object_put(held_name) == 0) {
+    }
+    held_name = nullptr;
+}
+
+int run_handler(const route &target, json_object *request, json_object *response) {
+    json_object *name = name_of(request);
+    if (name == held_name)
+        json_object_get(name);
+    return target.handler(request, response);
+}
+
+std::string reply_text(int result, json_object *response) {
+    const json_ptr reply(json_object_new_object());
+    json_object_object_add(reply.get(), "result", json_object_new_int(result));
+    json_object_object_add(reply.get(), "response", json_object_get(response));
+    size_t length = 0;
+    const char *text = json_object_to_json_string_length(
+        reply.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE, &length);
+    return repair_utf8({text, length});
+}
+
+} // namespace
+
+outcome exchange(const route &target, json_ptr request) {
+    json_ptr response(json_object_new_object());
+    hold_name(request.get());
+    outcome done{};
+    done.result = run_handler(target, request.get(), response.get());
+    done.body = reply_text(done.result, response.get());
+    response.reset();
+    drop_name(request.get());
+    return done;
+}
+
+} // namespace apid
+
+extern "C" __attribute__((visibility("default"))) int
+custom_api_dispatcher(const char *path, json_object *request, json_object *response) {
+    const apid::route *target = apid::find_route(path);
+    return target == nullptr ? -1 : apid::run_handler(*target, request, response);
+}

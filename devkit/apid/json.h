@@ -1,0 +1,25 @@
+// Requests as JSON objects.
+#pragma once
+
+#include <json-c/json.h>
+#include <memory>
+#include <string_view>
+
+namespace apid {
+
+struct json_release {
+    void operator()(json_object *object) const { json_object_put(object); }
+};
+using json_ptr = std::unique_ptr<json_object, json_release>;
+
+constexpr int max_nesting = 32; // objects and arrays in each other, the request itself included
+
+// The object that the text is, in strict JSON with nothing but white space around it; null when it is no such
+// thing or nested too deeply.
+json_ptr parse_object(std::string_view text);
+
+// Adds a query parameter: each "name" becomes an element of the array "name", any other key a string, whose
+// last value counts.
+void add_parameter(json_object *request, const char *key, const char *value);
+
+} // namespace apid

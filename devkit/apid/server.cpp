@@ -1,0 +1,379 @@
+// The HTTP side. The event loop is our own and MHD_run works in it, so that the whole daemon is one thread:
+// no handler can run beside another.
+#include "devkit/apid/server.h"
+
+#include "devkit/apid/access.h"
+#include "devkit/apid/exchange.h"
+#include "devkit/apid/routes.h"
+#include "devkit/apid/signals.h"
+#include "devkit/apid/startup_error.h"
+#include "devkit/apid/text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <memory>
+#include <microhttpd.h>
+#include <poll.h>
+#include <strings.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace apid {
+
+namespace {
+
+constexpr size_t max_body = 1024 * 1024;
+constexpr size_t max_header = 32 * 1024; // request line, header and one piece of body
+constexpr unsigned max_connections = 64;
+constexpr const char *json_type = "application/json";
+
+using clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+struct reply {
+    unsigned status;
+    std::string body;
+    const char *header = nullptr; // one more header, with its value
+    const char *header_value = nullptr;
+};
+
+reply error_reply(unsigned status, const char *text) {
+    return {.status = status, .body = std::string(R"({"error":")") + text + "\"}"};
+}
+
+unsigned status_of(int result) {
+    switch (result) {
+    case 0:
+        return MHD_HTTP_OK;
+    case -4: // a value is not acceptable
+        return MHD_HTTP_UNPROCESSABLE_CONTENT;
+    case -5: // a member is missing
+        return MHD_HTTP_BAD_REQUEST;
+    case -24: // the internet is not reachable
+        return MHD_HTTP_SERVICE_UNAVAILABLE;
+    default:
+        return MHD_HTTP_INTERNAL_SERVER_ERROR;
+    }
+}
+
+struct headers {
+    access_headers access;
+    std::optional<std::string_view> content_type, content_length, expect;
+    bool repeated = false;
+};
+
+MHD_Result note_header(void *to, MHD_ValueKind, const char *key, const char *value) {
+    auto &known = *static_cast<headers *>(to);
+    const std::pair<const char *, std::optional<std::string_view> &> slots[] = {
+        {MHD_HTTP_HEADER_HOST, known.access.host},
+        {MHD_HTTP_HEADER_ORIGIN, known.access.origin},
+        {MHD_HTTP_HEADER_AUTHORIZATION, known.access.authorization},
+        {MHD_HTTP_HEADER_CONTENT_TYPE, known.content_type},
+        {MHD_HTTP_HEADER_CONTENT_LENGTH, known.content_length},
+        {MHD_HTTP_HEADER_EXPECT, known.expect},
+    };
+    for (const auto &[name, slot] : slots) {
+        if (strcasecmp(key, name) == 0) {
+            known.repeated = known.repeated || slot.has_value();
+            slot = value == nullptr ? "" : value;
+        }
+    }
+    return MHD_YES;
+}
+
+headers read_headers(MHD_Connection *connection) {
+    headers known;
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, note_header, &known);
+    return known;
+}
+
+bool is_json(std::optional<std::string_view> content_type) {
+    if (!content_type)
+        return false;
+    const std::string_view type = content_type->substr(0, content_type->find_first_of("; \t"));
+    return type.size() == std::string_view(json_type).size() &&
+           strncasecmp(type.data(), json_type, type.size()) == 0;
+}
+
+bool announces_too_much(std::optional<std::string_view> content_length) {
+    unsigned long long length = 0;
+    if (!content_length)
+        return false;
+    const auto end = content_length->data() + content_length->size();
+    return std::from_chars(content_length->data(), end, length).ec != std::errc() || length > max_body;
+}
+
+int connection_socket(MHD_Connection *connection) {
+    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
+std::optional<reply> refuse_access(const headers &known, MHD_Connection *connection,
+                                   const std::string &token) {
+    switch (check_access(known.access, local_endpoint(connection_socket(connection)), token)) {
+    case access::wrong_host:
+        return error_reply(MHD_HTTP_MISDIRECTED_REQUEST, "Host is not this daemon's address");
+    case access::foreign_origin:
+        return error_reply(MHD_HTTP_FORBIDDEN, "requests from other origins are refused");
+    case access::no_token: {
+        reply refused = error_reply(MHD_HTTP_UNAUTHORIZED, "the token is missing or wrong");
+        refused.header = MHD_HTTP_HEADER_WWW_AUTHENTICATE;
+        refused.header_value = "Bearer realm=\"apid\"";
+        return refused;
+    }
+    case access::granted:
+        break;
+    }
+    return std::nullopt;
+}
+
+const reply too_large = error_reply(MHD_HTTP_CONTENT_TOO_LARGE, "the body is larger than 1 MiB");
+
+std::optional<reply> refuse_route(const headers &known, const route *target, std::string_view method) {
+    if (target == nullptr)
+        return error_reply(MHD_HTTP_NOT_FOUND, "no such path");
+    if (target->method != method) {
+        reply refused = error_reply(MHD_HTTP_METHOD_NOT_ALLOWED, "the path has another method");
+        refused.header = MHD_HTTP_HEADER_ALLOW;
+        refused.header_value = target->method.c_str();
+        return refused;
+    }
+    if (target->method == MHD_HTTP_METHOD_POST && !is_json(known.content_type))
+        return error_reply(MHD_HTTP_UNSUPPORTED_MEDIA_TYPE, "the body must be application/json");
+    if (announces_too_much(known.content_length))
+        return too_large;
+    return std::nullopt;
+}
+
+struct query {
+    json_ptr request{json_object_new_object()};
+    bool is_text = true;
+};
+
+MHD_Result note_parameter(void *to, MHD_ValueKind, const char *key, const char *value) {
+    auto &parameters = *static_cast<query *>(to);
+    const char *text = value == nullptr ? "" : value;
+    parameters.is_text = parameters.is_text && is_utf8(key) && is_utf8(text);
+    add_parameter(parameters.request.get(), key, text);
+    return MHD_YES;
+}
+
+// A request from its header to the end of its reply.
+struct request_in_work {
+    const route *target = nullptr;
+    std::optional<reply> refusal; // the body is read and dropped before it is sent
+    std::string body;
+};
+
+void take_body(request_in_work &request, std::string_view piece) {
+    if (request.refusal)
+        return;
+    if (request.body.size() + piece.size() > max_body) {
+        request.refusal = too_large;
+        return;
+    }
+    request.body.append(piece);
+}
+
+class server {
+public:
+    server(int listener, const std::string &token, std::chrono::seconds timeout);
+    ~server() { MHD_stop_daemon(daemon_); }
+    server(const server &) = delete;
+    server &operator=(const server &) = delete;
+
+    void run();
+
+private:
+    static MHD_Result on_request(void *self, MHD_Connection *connection, const char *url, const char *method,
+                                 const char *version, const char *data, size_t *size, void **state);
+    static void on_completed(void *self, MHD_Connection *connection, void **state,
+                             MHD_RequestTerminationCode why);
+    static void on_connection(void *self, MHD_Connection *connection, void **state,
+                              MHD_ConnectionNotificationCode what);
+    static size_t on_escapes(void *, MHD_Connection *, char *text) { return decode_percent(text); }
+    static void on_message(void *, const char *format, va_list arguments) {
+        vsyslog(LOG_NOTICE, format, arguments);
+    }
+
+    void turn();
+    milliseconds time_to_wait() const;
+    void drop_overdue();
+    clock::duration serving_time() const { return clock::now().time_since_epoch() - handler_time_; }
+    void renew_deadline(MHD_Connection *connection) { deadlines_[connection] = serving_time() + timeout_; }
+
+    std::unique_ptr<request_in_work> begin(MHD_Connection *connection, const char *url, const char *method);
+    reply answer(MHD_Connection *connection, const request_in_work &request, const char *url);
+    static MHD_Result send(MHD_Connection *connection, reply content);
+
+    const std::string token_;
+    const clock::duration timeout_;
+    clock::duration handler_time_{};                        // spent in handlers so far
+    std::map<MHD_Connection *, clock::duration> deadlines_; // of each open connection, in serving time
+    size_t requests_in_work_ = 0;
+    MHD_Daemon *daemon_;
+    const int listener_;
+};
+
+server::server(int listener, const std::string &token, std::chrono::seconds timeout)
+    : token_(token), timeout_(timeout), listener_(listener) {
+    daemon_ = MHD_start_daemon(MHD_USE_EPOLL | MHD_USE_ERROR_LOG, 0, nullptr, nullptr, on_request, this,
+                               MHD_OPTION_EXTERNAL_LOGGER, on_message, nullptr,   //
+                               MHD_OPTION_LISTEN_SOCKET, listener,                //
+                               MHD_OPTION_STRICT_FOR_CLIENT, 1,                   //
+                               MHD_OPTION_CONNECTION_LIMIT, max_connections,      //
+                               MHD_OPTION_CONNECTION_MEMORY_LIMIT, max_header,    //
+                               MHD_OPTION_CONNECTION_TIMEOUT, 0U,                 //
+                               MHD_OPTION_SIGPIPE_HANDLED_BY_APP, 1,              //
+                               MHD_OPTION_UNESCAPE_CALLBACK, on_escapes, nullptr, //
+                               MHD_OPTION_NOTIFY_CONNECTION, on_connection, this, //
+                               MHD_OPTION_NOTIFY_COMPLETED, on_completed, this,   //
+                               MHD_OPTION_END);
+    if (daemon_ == nullptr)
+        throw startup_error(exit_failed, "cannot start the HTTP server");
+}
+
+void server::run() {
+    while (!stop_requested())
+        turn();
+    MHD_quiesce_daemon(daemon_);
+    close(listener_);
+    while (requests_in_work_ != 0)
+        turn();
+}
+
+// Waits for something to do and does it.
+void server::turn() {
+    const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+    pollfd sources[] = {{.fd = events, .events = POLLIN, .revents = 0},
+                        {.fd = stop_requested() ? -1 : stop_descriptor(), .events = POLLIN, .revents = 0}};
+    poll(sources, std::size(sources), static_cast<int>(time_to_wait().count()));
+    MHD_run(daemon_);
+    drop_overdue();
+}
+
+milliseconds server::time_to_wait() const {
+    milliseconds wait = std::chrono::minutes(1);
+    MHD_UNSIGNED_LONG_LONG pending = 0;
+    if (MHD_get_timeout(daemon_, &pending) == MHD_YES)
+        wait = std::min(wait, milliseconds(pending));
+    const auto now = serving_time();
+    for (const auto &[connection, deadline] : deadlines_)
+        wait = std::clamp(std::chrono::ceil<milliseconds>(deadline - now), milliseconds(0), wait);
+    return wait;
+}
+
+// Shuts the sockets; the library then ends the connections.
+void server::drop_overdue() {
+    const auto now = serving_time();
+    for (auto &[connection, deadline] : deadlines_) {
+        if (deadline <= now) {
+            shutdown(connection_socket(connection), SHUT_RDWR);
+            deadline = clock::duration::max();
+        }
+    }
+}
+
+MHD_Result server::on_request(void *self, MHD_Connection *connection, const char *url, const char *method,
+                              const char *, const char *data, size_t *size, void **state) {
+    auto &that = *static_cast<server *>(self);
+    auto *request = static_cast<request_in_work *>(*state);
+    if (request == nullptr) {
+        request = that.begin(connection, url, method).release();
+        *state = request;
+        // A client that waits for leave to send its body is told at once.
+        const bool can_refuse_now = request->refusal && read_headers(connection).expect;
+        return can_refuse_now ? send(connection, *request->refusal) : MHD_YES;
+    }
+    if (*size != 0) {
+        take_body(*request, {data, *size});
+        *size = 0;
+        return MHD_YES;
+    }
+    return send(connection, request->refusal ? *request->refusal : that.answer(connection, *request, url));
+}
+
+void server::on_completed(void *self, MHD_Connection *connection, void **state, MHD_RequestTerminationCode) {
+    if (*state == nullptr)
+        return;
+    auto &that = *static_cast<server *>(self);
+    delete static_cast<request_in_work *>(*state);
+    *state = nullptr;
+    --that.requests_in_work_;
+    that.renew_deadline(connection);
+}
+
+void server::on_connection(void *self, MHD_Connection *connection, void **,
+                           MHD_ConnectionNotificationCode what) {
+    auto &that = *static_cast<server *>(self);
+    if (what == MHD_CONNECTION_NOTIFY_STARTED)
+        that.renew_deadline(connection);
+    else
+        that.deadlines_.erase(connection);
+}
+
+std::unique_ptr<request_in_work> server::begin(MHD_Connection *connection, const char *url,
+                                               const char *method) {
+    auto request = std::make_unique<request_in_work>();
+    ++requests_in_work_;
+    const headers known = read_headers(connection);
+    if (known.repeated)
+        request->refusal = error_reply(MHD_HTTP_BAD_REQUEST, "a header is there twice");
+    else
+        request->refusal = refuse_access(known, connection, token_);
+    if (request->refusal) {
+        syslog(LOG_NOTICE, "%s %s refused: status %u", method, url, request->refusal->status);
+        return request;
+    }
+    request->target = find_route(url);
+    request->refusal = refuse_route(known, request->target, method);
+    return request;
+}
+
+reply server::answer(MHD_Connection *connection, const request_in_work &request, const char *url) {
+    query parameters;
+    json_ptr object;
+    if (request.target->method == MHD_HTTP_METHOD_GET) {
+        MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, note_parameter, &parameters);
+        if (!parameters.is_text)
+            return error_reply(MHD_HTTP_BAD_REQUEST, "the query is not UTF-8");
+        object = std::move(parameters.request);
+    } else {
+        object = parse_object(request.body);
+        if (object == nullptr)
+            return error_reply(MHD_HTTP_BAD_REQUEST, "the body is not a JSON object");
+    }
+    const auto start = clock::now();
+    outcome done = exchange(*request.target, std::move(object));
+    handler_time_ += clock::now() - start;
+    const unsigned status = status_of(done.result);
+    syslog(LOG_INFO, "%s %s: result %d, status %u", request.target->method.c_str(), url, done.result, status);
+    return {.status = status, .body = std::move(done.body)};
+}
+
+MHD_Result server::send(MHD_Connection *connection, reply content) {
+    auto *body = new std::string(std::move(content.body));
+    MHD_Response *response = MHD_create_response_from_buffer_with_free_callback_cls(
+        body->size(), body->data(), [](void *owned) { delete static_cast<std::string *>(owned); }, body);
+    if (response == nullptr) {
+        delete body;
+        return MHD_NO;
+    }
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, json_type);
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+    if (content.header != nullptr)
+        MHD_add_response_header(response, content.header, content.header_value);
+    if (stop_requested())
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
+    const MHD_Result queued = MHD_queue_response(connection, content.status, response);
+    MHD_destroy_response(response);
+    return queued;
+}
+
+} // namespace
+
+void serve(int listener, const std::string &token, std::chrono::seconds timeout) {
+    server(listener, token, timeout).run();
+}
+
+} // namespace apid

@@ -1,0 +1,15 @@
+// The daemon's signals. None is blocked or ignored while handlers run: the commands that they start would
+// inherit it.
+#pragma once
+
+namespace apid {
+
+// From now on SIGTERM and SIGINT ask the daemon to stop, and SIGPIPE does nothing. Throws startup_error.
+void install_signals();
+
+bool stop_requested();
+
+// A descriptor that is readable once stop_requested() is true.
+int stop_descriptor();
+
+} // namespace apid
