@@ -1,0 +1,2 @@
+// Content of the empty platform libraries: a translation unit needs one declaration.
+typedef int placeholder;
