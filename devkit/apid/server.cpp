@@ -23,8 +23,8 @@ namespace apid {
 
 namespace {
 
-constexpr size_t max_body = 1024 * 1024;
-constexpr size_t max_header = 32 * 1024; // request line, header and one piece of body
+constexpr size_t max_body = size_t{1} << 20;
+constexpr size_t max_header = size_t{32} << 10; // request line, header and one piece of body
 constexpr unsigned max_connections = 64;
 constexpr const char *json_type = "application/json";
 
@@ -38,6 +38,7 @@ struct reply {
     const char *header_value = nullptr;
 };
 
+// The text is ours and needs no escapes.
 reply error_reply(unsigned status, const char *text) {
     return {.status = status, .body = std::string(R"({"error":")") + text + "\"}"};
 }
@@ -246,8 +247,9 @@ void server::run() {
 void server::turn() {
     const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
     pollfd sources[] = {{.fd = events, .events = POLLIN, .revents = 0},
-                        {.fd = stop_requested() ? -1 : stop_descriptor(), .events = POLLIN, .revents = 0}};
+                        {.fd = wakeup_descriptor(), .events = POLLIN, .revents = 0}};
     poll(sources, std::size(sources), static_cast<int>(time_to_wait().count()));
+    clear_wakeup();
     MHD_run(daemon_);
     drop_overdue();
 }
@@ -322,7 +324,7 @@ std::unique_ptr<request_in_work> server::begin(MHD_Connection *connection, const
     else
         request->refusal = refuse_access(known, connection, token_);
     if (request->refusal) {
-        syslog(LOG_NOTICE, "%s %s refused: status %u", method, url, request->refusal->status);
+        syslog(LOG_NOTICE, "request refused: %s", request->refusal->body.c_str());
         return request;
     }
     request->target = find_route(url);

@@ -15,14 +15,14 @@ namespace apid {
 namespace {
 
 volatile std::sig_atomic_t stopping = 0;
-int stop_event = -1;
+int wakeup = -1;
 
 void request_stop(int) {
     const int saved = errno;
     const uint64_t one = 1;
     stopping = 1;
     // Full only after 2^64 - 2 signals: there is nothing to do about a failure.
-    [[maybe_unused]] const ssize_t written = write(stop_event, &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = write(wakeup, &one, sizeof one);
     errno = saved;
 }
 
@@ -38,8 +38,8 @@ void install(int signal, void (*handler)(int)) {
 } // namespace
 
 void install_signals() {
-    stop_event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (stop_event < 0)
+    wakeup = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wakeup < 0)
         throw startup_error(exit_failed, std::string("eventfd: ") + std::strerror(errno));
     install(SIGTERM, request_stop);
     install(SIGINT, request_stop);
@@ -48,6 +48,12 @@ void install_signals() {
 
 bool stop_requested() { return stopping != 0; }
 
-int stop_descriptor() { return stop_event; }
+int wakeup_descriptor() { return wakeup; }
+
+void clear_wakeup() {
+    uint64_t count = 0;
+    // Fails when there is nothing to clear.
+    [[maybe_unused]] const ssize_t size = read(wakeup, &count, sizeof count);
+}
 
 } // namespace apid

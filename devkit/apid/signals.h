@@ -9,7 +9,8 @@ void install_signals();
 
 bool stop_requested();
 
-// A descriptor that is readable once stop_requested() is true.
-int stop_descriptor();
+// A descriptor that becomes readable when a request to stop arrives, until clear_wakeup().
+int wakeup_descriptor();
+void clear_wakeup();
 
 } // namespace apid

@@ -65,6 +65,12 @@ size_t well_formed_length(std::string_view text) {
     return at;
 }
 
+// Whether the text, outside of strings, begins with what only json-c takes for JSON.
+bool is_lenient(std::string_view text) {
+    const bool is_point_of_fraction = text.size() > 1 && within(text[1], '0', '9');
+    return text[0] == '\'' || text[0] == 'N' || text[0] == 'I' || (text[0] == '.' && !is_point_of_fraction);
+}
+
 } // namespace
 
 bool is_utf8(std::string_view text) { return well_formed_length(text) == text.size(); }
@@ -99,7 +105,6 @@ size_t decode_percent(char *text) {
 }
 
 bool is_plain_json(std::string_view text) {
-    constexpr std::string_view digits = "0123456789";
     bool in_string = false;
     for (size_t at = 0; at < text.size(); ++at) {
         const char c = text[at];
@@ -109,9 +114,7 @@ bool is_plain_json(std::string_view text) {
             if (text.substr(at).starts_with("\\u0000"))
                 return false;
             ++at; // the escaped character is not looked at
-        } else if (in_string ? within(c, 0x00, 0x1F) : c == '\'' || c == 'N' || c == 'I') {
-            return false;
-        } else if (!in_string && c == '.' && text.find_first_of(digits, at) != at + 1) {
+        } else if (in_string ? within(c, 0x00, 0x1F) : is_lenient(text.substr(at))) {
             return false;
         }
     }
