@@ -1,0 +1,43 @@
+// Changes to a package, and the lines of the delta file that holds them until a commit.
+#pragma once
+
+#include "devkit/uci/package.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace uci {
+
+enum class action {
+    set,         // an option, or a section's type; creates either
+    add,         // an anonymous section: value is its type
+    remove,      // an option, a section, or with a value the list item of that number
+    list_add,    // value at the end of the list
+    list_remove, // every item equal to value
+    rename,      // value is the new name
+    reorder,     // value is the section's new place, from 0
+};
+
+struct change {
+    action kind;
+    std::string section;
+    std::string option; // empty: the section itself
+    std::optional<std::string> value;
+};
+
+// Makes the change. False when the package was like that already; throws uci::error when it cannot be made.
+bool apply(package &target, const change &wanted);
+
+// The delta line with its line end.
+std::string to_line(std::string_view package_name, const change &made);
+
+struct delta {
+    std::vector<change> changes; // lines that say nothing or belong to another package are left out
+    size_t whole; // the length of the text before a line that was torn off while it was written
+};
+delta parse_delta(std::string_view package_name, std::string_view text);
+
+} // namespace uci

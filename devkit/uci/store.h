@@ -1,0 +1,58 @@
+// Configuration files and their deltas on the disk, safe for any number of processes at once.
+//
+// Whoever writes holds an exclusive lock on the configuration folder, which outlives the rename of a file in
+// it, and then one on the delta file, which other configuration folders may share. Readers hold shared ones,
+// so none sees a committed file without or with a second helping of its delta.
+#pragma once
+
+#include "devkit/uci/delta.h"
+#include "devkit/uci/package.h"
+#include "devkit/uci/path.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace uci {
+
+struct folders {
+    std::string config = "/etc/config";
+    std::string delta = "/tmp/.uci";
+    std::vector<std::string> search = {}; // more deltas, applied before the one in `delta`, never written
+};
+
+// Every function throws uci::error; nothing was changed then.
+class store {
+public:
+    explicit store(folders where);
+
+    // The names of all packages, sorted.
+    std::vector<std::string> packages() const;
+
+    // The package with all recorded changes.
+    package load(const std::string &name) const;
+
+    // The changes that the next commit makes durable.
+    std::vector<change> recorded(const std::string &name) const;
+
+    // Records a change; the section may be a selector. Nothing is written for what is so already. Setting the
+    // empty value removes.
+    void record(action kind, const path &where) const;
+
+    // Records a new anonymous section; its name.
+    std::string add(const std::string &name, const std::string &type) const;
+
+    // Forgets the recorded changes to the package, section or option.
+    void revert(const path &where) const;
+
+    // Makes the recorded changes durable.
+    void commit(const std::string &name) const;
+
+    // Replaces the file of the package, which need not exist; recorded changes stay.
+    void replace(const package &with) const;
+
+private:
+    folders folders_;
+};
+
+} // namespace uci

@@ -1,0 +1,49 @@
+// Which texts may stand where, and how a value is quoted.
+#include "devkit/uci/text.h"
+
+#include <algorithm>
+
+namespace uci {
+
+namespace {
+
+bool is_printable(char c) { return c >= 33 && c <= 126; }
+
+bool is_name_character(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+bool is_forbidden_control(char c) {
+    return static_cast<unsigned char>(c) < 32 && c != '\t' && c != '\n' && c != '\r';
+}
+
+} // namespace
+
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+bool is_name(std::string_view text) { return !text.empty() && std::ranges::all_of(text, is_name_character); }
+
+bool is_package_name(std::string_view text) {
+    return is_type(text) && text.find_first_of("./") == std::string_view::npos;
+}
+
+bool is_type(std::string_view text) { return !text.empty() && std::ranges::all_of(text, is_printable); }
+
+bool is_bare_type(std::string_view text) {
+    return is_type(text) && text.find_first_of("'\"\\#;") == std::string_view::npos;
+}
+
+bool is_value(std::string_view text) { return std::ranges::none_of(text, is_forbidden_control); }
+
+std::string quoted(std::string_view value) {
+    std::string result = "'";
+    for (const char c : value) {
+        if (c == '\'')
+            result += "'\\''";
+        else
+            result += c;
+    }
+    return result + "'";
+}
+
+} // namespace uci
