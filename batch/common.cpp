@@ -41,12 +41,12 @@ constexpr key_rule always[] = {
 
 constexpr applier common = {.table = batch_list_common,
                             .bandwidth = {},
-                            .always = always,
+                            .always = {always, {}},
                             .first_time = {},
                             .checked = nullptr,
                             .stored = {},
                             .otherwise = nullptr,
-                            .finally = {},
+                            .written_anyway = {},
                             .refuse = refuse};
 
 } // namespace

@@ -12,8 +12,7 @@ namespace {
 constexpr size_t quoted_key_size = 128;
 constexpr size_t reboot_flag_size = 16;
 
-// --- By name
-// -------------------------------------------------------------------------------------------------------
+// --- By name -------------------------------------------------------------------------------------
 
 // The element's JSON text is compared, so that nothing but a string can be a key.
 bool names_key(json_object *element, const char *key) {
@@ -44,11 +43,10 @@ void read_by_name(const family_list &families, const char *model, json_object *n
     json_object_put(names);
 }
 
-// --- In full
-// -------------------------------------------------------------------------------------------------------
+// --- In full -------------------------------------------------------------------------------------
 
-// The flag is reported inverted and under the key that the default table has at its place ("2g_disable"),
-// where the family's own row mostly replaces it: the cloud relies on both.
+// The flag is reported inverted, and under the key that the default table has at its place ("2g_disable"),
+// where the family's own row mostly replaces it. Both are part of the interface.
 void read_reboot_flag(size_t index, json_object *out) {
     char flag[reboot_flag_size];
     read_uci_line("cat /tmp/reboot_flag", flag);

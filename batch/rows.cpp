@@ -18,22 +18,19 @@ bool is_for(const model_list &models, const row_step &step) {
     return models.empty() || lists(models, step.model ? step.model : get_model_name());
 }
 
-// Runs the rule of the row's key, if there is one; `found` tells whether there was.
-bool run_rule(std::span<const key_rule> rules, row_step &step, bool &found) {
-    found = false;
-    for (const key_rule &rule : rules) {
-        if (!equal(step.key, rule.key))
-            continue;
-        found = true;
-        step.rule = &rule;
-        return rule.apply(step);
-    }
-    return true;
+const key_rule *find_rule(const key_rules &rules, const char *key) {
+    for (const std::span<const key_rule> &list : {rules.own, rules.shared})
+        for (const key_rule &rule : list)
+            if (equal(key, rule.key))
+                return &rule;
+    return nullptr;
 }
 
-bool run_rule(std::span<const key_rule> rules, row_step &step) {
-    bool found = false;
-    return run_rule(rules, step, found);
+// Runs the rule of the row's key, or else `otherwise`; nothing when both are missing.
+bool run_rule(const key_rules &rules, row_rule otherwise, row_step &step) {
+    step.rule = find_rule(rules, step.key);
+    const row_rule chosen = step.rule ? step.rule->apply : otherwise;
+    return !chosen || chosen(step);
 }
 
 bool write_first_time(const row_step &step) {
@@ -43,26 +40,23 @@ bool write_first_time(const row_step &step) {
     return true;
 }
 
-bool run_optional(row_rule rule, const row_step &step) { return !rule || rule(step); }
-
 // Decides by what the option holds whether and how the row is written.
 bool decide_write(row_step &step, const char *current) {
+    const applier &device = *step.device;
     if (current[0] == '\0')
         return write_first_time(step);
     if (step.pattern)
-        return run_optional(step.device->checked, step);
-    bool found = false;
-    if (!run_rule(step.device->stored, step, found))
-        return false;
-    return found || run_optional(step.device->otherwise, step);
+        return !device.checked || device.checked(step);
+    return run_rule(device.stored, device.otherwise, step);
 }
 
 void apply_row(row_step &step, const char *current) {
     const applier &device = *step.device;
-    const bool fits = strlen(step.value) < value_size && run_rule(device.always, step) &&
-                      decide_write(step, current) && run_rule(device.finally, step);
-    if (!fits)
+    if (strlen(step.value) >= value_size || !run_rule(device.always, nullptr, step) ||
+        !decide_write(step, current))
         device.refuse(step);
+    else if (lists(device.written_anyway, step.key))
+        write_row(step);
 }
 
 } // namespace
@@ -187,17 +181,3 @@ bool write_valid(const row_step &step) {
 void answer_set_false(const row_step &step) { zjson_add_string(step.out, step.key, "set false"); }
 
 void log_refusal(const row_step &step) { log_too_long(step.key); }
-
-const char *as_sent(const char *htmode) { return htmode; }
-
-const char *ht_for_narrow_vht(const char *htmode) {
-    if (strncmp(htmode, "VHT20", 5) == 0)
-        return "HT20";
-    if (strncmp(htmode, "VHT40", 5) == 0)
-        return "HT40";
-    return htmode;
-}
-
-const char *noscan_for_ht40(const char *htmode) { return equal(htmode, "HT40") ? "1" : "0"; }
-
-const char *noscan_for_vht80(const char *htmode) { return equal(htmode, "VHT80") ? "1" : "0"; }

@@ -42,6 +42,12 @@ struct key_rule {
     const char *with = nullptr; // the other option or section that the rule needs, if any
 };
 
+// Rules by key: those of the applier's own come before those that it shares with others.
+struct key_rules {
+    std::span<const key_rule> own;
+    std::span<const key_rule> shared;
+};
+
 // One write of a bandwidth rule: a path (null: the row's own) and its value, fixed or made from the
 // request's.
 struct bandwidth_write {
@@ -63,18 +69,22 @@ struct first_time_key {
     model_list models; // empty: any model
 };
 
-// The phases of a row, in this order: `always`, then by what the option holds one of `first_time` (nothing),
-// `checked` (a value, and the row has a pattern) and `stored` or else `otherwise` (a value, no pattern), then
-// `finally`. A null rule does nothing.
+// The phases of a row, in this order:
+// 1. `always`, the rule of the row's key;
+// 2. by what the option holds: nothing: written if `first_time` lists the key; a value, and the row has a
+// pattern:
+//    `checked`; a value and no pattern: the rule of the key in `stored`, or else `otherwise`;
+// 3. written (once more) if `written_anyway` lists the key.
+// Where there is no rule, nothing happens. A value that does not fit goes to `refuse` and ends the row.
 struct applier {
     std::span<batch_entry> table;
     std::span<const bandwidth_rule> bandwidth;
-    std::span<const key_rule> always;
+    key_rules always;
     std::span<const first_time_key> first_time;
     row_rule checked;
-    std::span<const key_rule> stored;
+    key_rules stored;
     row_rule otherwise;
-    std::span<const key_rule> finally;
+    std::span<const char *const> written_anyway;
     void (*refuse)(const row_step &step);
 };
 
@@ -85,8 +95,7 @@ int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_c
 // The same on a context of its own, and then commits everything.
 int apply_and_commit(const applier &device, json_object *in, json_object *out, const char *model);
 
-// --- Rules that several appliers share
-// ----------------------------------------------------------------------------
+// --- Rules that several appliers share -----------------------------------------------------------
 
 bool write_row(const row_step &step);
 bool write_unless_repeater(const row_step &step);
@@ -121,11 +130,3 @@ bool write_valid(const row_step &step);
 // Two ways to refuse a value: in the response, or in the system log alone.
 void answer_set_false(const row_step &step);
 void log_refusal(const row_step &step);
-
-// --- Values made from a bandwidth
-// ---------------------------------------------------------------------------------
-
-const char *as_sent(const char *htmode);
-const char *ht_for_narrow_vht(const char *htmode); // "VHT20..." and "VHT40..." become "HT20" and "HT40"
-const char *noscan_for_ht40(const char *htmode);
-const char *noscan_for_vht80(const char *htmode);

@@ -11,8 +11,7 @@ extern "C" {
 
 struct json_object;
 
-// --- UCI
-// ---------------------------------------------------------------------------------------------------------
+// --- UCI -----------------------------------------------------------------------------------------
 // A path is "package", "package.section" or "package.section.option"; a section may be a selector such as
 // "@wifi-iface[0]". Functions that return int give 0 on success.
 
@@ -41,8 +40,7 @@ int zuci2_section_count(struct zuci2_context *ctx, const char *type);
 
 void zuci2_free(struct zuci2_context *ctx);
 
-// --- JSON
-// --------------------------------------------------------------------------------------------------------
+// --- JSON ----------------------------------------------------------------------------------------
 
 // The member's text, owned by the object; null when the member is missing or JSON null. A number, boolean,
 // array or object gives its JSON text.
@@ -64,8 +62,7 @@ void zjson_add_object(struct json_object *object, const char *key, struct json_o
 // Appends a copy of value.
 void zjson_array_add_string(struct json_object *array, const char *value);
 
-// --- Commands
-// ----------------------------------------------------------------------------------------------------
+// --- Commands ------------------------------------------------------------------------------------
 
 // Runs the command line with the shell and waits; its exit status.
 int execCommand(const char *command);
@@ -79,16 +76,14 @@ int getUciReturn(const char *command, char *buffer);
 // call order; no zombie is left.
 int fork_exec2(const char *command);
 
-// --- Device facts
-// ------------------------------------------------------------------------------------------------ The texts
-// belong to the library.
+// --- Device facts ---------------------------------------------------------------------------------
+// The texts belong to the library.
 
 const char *get_model_name(void);
 const char *get_service_code(void);
 const char *get_ddns_name(void); // may be null
 
-// --- Text
-// --------------------------------------------------------------------------------------------------------
+// --- Text ----------------------------------------------------------------------------------------
 
 // The text's digest as 64 lower-case hexadecimal digits and a NUL.
 int sha256(const char *text, char *output);
