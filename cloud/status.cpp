@@ -1,4 +1,5 @@
 // "/cloud/aerolink/get": the state of the cloud link.
+#include "cloud/zone_name.h"
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"
 #include "plugin/server_zone.h"
@@ -10,25 +11,13 @@
 
 namespace {
 
-struct zone_name {
-    const char *host;
-    const char *name;
-};
-
-// In the order in which the user is offered them. The log view names the third one differently.
+// In the order in which the user is offered them.
 constexpr zone_name zones[] = {
     {host_europe, "Europe"},
     {host_america, "America"},
     {host_asia_pacific, "Asia Pacific"},
     {host_china, "China"},
 };
-
-const char *display_name(const char *host) {
-    for (const zone_name &zone : zones)
-        if (equal(host, zone.host))
-            return zone.name;
-    return host;
-}
 
 void add_flag(json_object *out, zuci2_context *ctx, const char *member, const char *path) {
     char value[8];
@@ -57,7 +46,7 @@ int aerolink_ctrl_get(json_object *, json_object *out) {
 
         char zone[128];
         read_option(uci.ctx, "zuconfig.cloud.serverzone", zone);
-        zjson_add_string(out, "serverzone", display_name(zone));
+        zjson_add_string(out, "serverzone", name_of_host(zones, zone));
         json_object *names = json_object_new_array();
         for (const zone_name &offered : zones)
             zjson_array_add_string(names, offered.name);

@@ -12,8 +12,7 @@ extern "C" {
 struct json_object;
 struct zuci2_context;
 
-// --- Routes
-// ------------------------------------------------------------------------------------------------------
+// --- Routes --------------------------------------------------------------------------------------
 
 // A handler reads the request and adds members to the response, which is an empty object on entry; both
 // belong to the daemon. Result: 0 success, -4 a value that is not acceptable, -5 a required member is missing
@@ -44,15 +43,13 @@ AEROLINK_EXPORT int batch_get_wbf(struct json_object *in, struct json_object *ou
 AEROLINK_EXPORT int batch_set_wbf(struct json_object *in, struct json_object *out);
 AEROLINK_EXPORT int designated_customer(struct json_object *in, struct json_object *out);
 
-// --- State for the life of the process
-// ---------------------------------------------------------------------------
+// --- State for the life of the process -----------------------------------------------------------
 
 AEROLINK_EXPORT extern int batch_status;           // 0: the last batch asked for a reboot; 1 at load
 AEROLINK_EXPORT extern int xwf_enable_flag;        // 1: the last customer file asked for the xwf feature
 AEROLINK_EXPORT extern int falcon_2g_5g_swap_done; // 1: the keys of batch_list_ardea are swapped by band
 
-// --- Checks
-// ------------------------------------------------------------------------------------------------------
+// --- Checks --------------------------------------------------------------------------------------
 
 // 1 when text matches the POSIX extended pattern, 0 when not, -1 for a null argument or a pattern that cannot
 // be used. \d \D \s \S \w \W have their usual meaning, in brackets too. Unanchored unless the pattern is
@@ -63,8 +60,7 @@ AEROLINK_EXPORT int regex_exe(const char *pattern, const char *text);
 // 1 when one of the probe addresses answers a ping, otherwise 0. May take seconds for each address.
 AEROLINK_EXPORT int cmm_net_reachable2(void);
 
-// --- Transmit power
-// ----------------------------------------------------------------------------------------------
+// --- Transmit power ------------------------------------------------------------------------------
 
 // Derives "package.section.txpower_max" from the path of a "txpower" option into out (size bytes).
 // 0, or 1 for a null argument or when the result does not fit.
@@ -79,8 +75,7 @@ AEROLINK_EXPORT int txpower_max_5g(int level, const char *path);
 // 0, or 1 for an unknown level name or key.
 AEROLINK_EXPORT int txpower_max_set(const char *key, const char *value, const char *path);
 
-// --- Batch
-// -------------------------------------------------------------------------------------------------------
+// --- Batch ---------------------------------------------------------------------------------------
 
 struct batch_entry {
     const char *uci_path; // the option that holds the setting
@@ -118,8 +113,7 @@ AEROLINK_EXPORT int batch_set_pwd(const char *password);
 // Sets the interface language from a code of at most 7 characters; always 0.
 AEROLINK_EXPORT int batch_set_language(const char *code);
 
-// --- Customer file
-// -----------------------------------------------------------------------------------------------
+// --- Customer file -------------------------------------------------------------------------------
 
 // Makes sure that the customer file declares a firmware type. 0 when it does, else the status of the command
 // that rewrites it.

@@ -11,11 +11,6 @@ int refuse(json_object *out) {
 
 } // namespace
 
-int aerolink_ctrl_set(json_object *, json_object *out) { return refuse(out); }
-int aerolink_unbind(json_object *, json_object *out) { return refuse(out); }
-int aerolink_bind_info(json_object *, json_object *out) { return refuse(out); }
-int aerolink_log(json_object *, json_object *out) { return refuse(out); }
-int aerolink_log_level_set(json_object *, json_object *out) { return refuse(out); }
 int batch_set_wbf(json_object *, json_object *out) { return refuse(out); }
 int batch_get_wbf(json_object *, json_object *out) { return refuse(out); }
 int designated_customer(json_object *, json_object *out) { return refuse(out); }

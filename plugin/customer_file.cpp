@@ -1,0 +1,12 @@
+// The customer file of white-label builds.
+#include "plugin/customer_file.h"
+
+#include "plugin/command.h"
+#include "plugin/text.h"
+
+void read_customer_key(const char *key, char *out, size_t size) {
+    out[0] = '\0';
+    char command[256];
+    if (format(command, "cat %s | grep -w %s 2>/dev/null | awk -F= '{print $2}'", customer_file, key))
+        read_uci_line(command, out, size);
+}
