@@ -1,0 +1,213 @@
+// The four white-label appliers: everything in which they differ from each other and from a cloud batch.
+#include "whiteboard/appliers.h"
+
+#include "batch/bandwidth.h"
+#include "platform/zuwificore.h"
+#include "plugin/account.h"
+#include "plugin/command.h"
+#include "plugin/text.h"
+#include "whiteboard/link.h"
+
+namespace {
+
+constexpr size_t path_size = 64;
+
+// --- Rules ---------------------------------------------------------------------------------------
+
+bool set_language(const row_step &step) {
+    batch_set_language(step.value);
+    return true;
+}
+
+// The link goes to another cloud, which does not know the account.
+bool move_cloud_link(const row_step &step) {
+    enable_link(step.ctx);
+    forget_account(step.ctx);
+    return write_row(step);
+}
+
+// Ends the updater and the sleep between its checks; starts it anew when it is enabled.
+bool set_autoupdate(const row_step &step) {
+    write_row(step);
+    run("kill -9 $(pgrep -f \"zuautoupdater\")");
+    run("kill -9 $(pgrep -f \"sleep 10800\")");
+    if (equal(step.value, "1"))
+        run("/usr/bin/zuautoupdater &");
+    return true;
+}
+
+// What the check of a row without a family looks at is the value that the ardea table holds at the row's
+// place, by contract. It decides about the answer, not about the row's writes.
+bool check_ardea_value(const row_step &step) {
+    const char *subject = batch_list_ardea[step.index].value;
+    if (!subject)
+        return true;
+    if (!is_valid(step, subject))
+        answer_set_false(step);
+    else if (equal(step.key, "lan_ip"))
+        write_lan_ip(step);
+    return true;
+}
+
+bool write_when_valid_silently(const row_step &step) {
+    return !is_valid(step, step.value) || write_valid(step);
+}
+
+// An option of the interface section that the rule names.
+void clear_passphrase(const row_step &step) {
+    char path[path_size];
+    if (format(path, "%s.key", step.rule->with))
+        set_option(step.ctx, path, "");
+}
+
+template <size_t N>
+void read_interface_option(const row_step &step, const char *option, char (&out)[N]) {
+    char path[path_size];
+    out[0] = '\0';
+    if (format(path, "%s.%s", step.rule->with, option))
+        read_option(step.ctx, path, out);
+}
+
+bool write_encryption(const row_step &step) {
+    if (equal(step.value, "none"))
+        clear_passphrase(step);
+    return write_row(step);
+}
+
+// Puts the encryption into the running driver as well. "WPAPSK" gets the mode's text, not the passphrase, by
+// contract.
+bool push_encryption(const row_step &step) {
+    char ssid[33];
+    char interface[16];
+    read_interface_option(step, "ssid", ssid);
+    read_interface_option(step, "ifname", interface);
+    if (equal(step.value, "none")) {
+        clear_passphrase(step);
+        mt76x8_private_iwpriv_set(interface, "AuthMode", "OPEN");
+        mt76x8_private_iwpriv_set(interface, "EncrypType", "NONE");
+        mt76x8_private_iwpriv_set(interface, "SSID", ssid);
+    } else {
+        mt76x8_private_iwpriv_set(interface, "SSID", ssid);
+        mt76x8_private_iwpriv_set(interface, "AuthMode",
+                                  equal(step.value, "psk-mixed") ? "WPAPSKWPA2PSK" : "WPA2PSK");
+        mt76x8_private_iwpriv_set(interface, "EncrypType", "AES");
+        mt76x8_private_iwpriv_set(interface, "WPAPSK", step.value);
+        mt76x8_private_iwpriv_set(interface, "SSID", ssid);
+    }
+    return write_row(step);
+}
+
+// clang-format off
+
+// --- Keys that have an effect whatever their option holds ----------------------------------------
+
+constexpr key_rule always[] = {
+    {"2g_htmode",                set_bandwidth},
+    {"5g_htmode",                set_bandwidth},
+    {"2g_disable",               write_row},
+    {"5g_disable",               write_row},
+    {"guest_2g_disable",         write_row},
+    {"guest_5g_disable",         write_row},
+    {"2g_hidden",                write_row},
+    {"5g_hidden",                write_row},
+    {"hostname",                 write_row},
+    {"server_url",               write_row},
+    {"autoupdate_firmware_path", write_row},
+    {"autoupdate_time",          write_row},
+    {"server_name",              move_cloud_link},
+    {"autoupdate_enable",        set_autoupdate},
+    {"language",                 set_language},
+    {"password",                 set_password},
+};
+
+constexpr key_rule zone_and_guest[] = {
+    {"system_timezone",          set_time_zone},
+    {"guest_lan_ip",             write_guest_lan_ip},
+};
+
+// The families leave "guest_lan_ip" to its check, if it has one.
+constexpr key_rule zone_committed[] = {
+    {"system_timezone",          set_time_zone_and_commit},
+};
+
+// --- Keys without a check whose option holds a value; no other one is written --------------------
+// Behind an encryption rule stands the section whose passphrase the value "none" clears.
+
+constexpr key_rule radio[] = {
+    {"2g_txpower",         set_txpower},
+    {"5g_txpower",         set_txpower},
+    {"2g_channel",         write_unless_repeater},
+    {"5g_channel",         write_unless_repeater},
+};
+
+constexpr key_rule two_radios_stored[] = {
+    {"lan_ip",             write_lan_ip},
+    {"2g_encrytion",       write_encryption, "wireless.default_radio1"},
+    {"5g_encrytion",       write_encryption, "wireless.default_radio0"},
+    {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
+    {"guest_5g_encrytion", write_encryption, "wireless.guest5g"},
+};
+
+constexpr key_rule one_radio_stored[] = {
+    {"lan_ip",             write_lan_ip},
+    {"2g_encrytion",       write_encryption, "wireless.default_radio1"}, // on purpose, although the radio is radio0
+    {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
+};
+
+constexpr key_rule mt76x8_stored[] = {
+    {"2g_encrytion",       push_encryption,  "wireless.@wifi-iface[0]"},
+    {"guest_2g_encrytion", push_encryption,  "wireless.guest2g"},
+};
+
+constexpr key_rule ardea_stored[] = {
+    {"lan_ip",             write_lan_ip},
+    {"2g_encrytion",       write_encryption, "wireless.@wifi-iface[0]"},
+    {"5g_encrytion",       write_encryption, "wireless.@wifi-iface[1]"},
+    {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
+    {"guest_5g_encrytion", write_encryption, "wireless.guest5g"},
+};
+
+// --- Keys that are written whatever their option holds and their check said ------------------------
+
+constexpr const char *names_and_passphrases[] = {
+    "2g_ssid", "5g_ssid", "guest_2g_ssid", "guest_5g_ssid",
+    "2g_key",  "5g_key",  "guest_2g_key",  "guest_5g_key",
+};
+
+// clang-format on
+
+// What the four have in common.
+constexpr applier provisioning(std::span<batch_entry> table, std::span<const bandwidth_rule> bandwidth,
+                               std::span<const key_rule> own_always, row_rule checked,
+                               std::span<const key_rule> own_stored, void (*refuse)(const row_step &)) {
+    return {.table = table,
+            .bandwidth = bandwidth,
+            .always = {own_always, always},
+            .first_time = {},
+            .checked = checked,
+            .stored = {own_stored, radio},
+            .otherwise = nullptr,
+            .written_anyway = names_and_passphrases,
+            .refuse = refuse};
+}
+
+// clang-format off
+
+// --- The appliers ----------------------------------------------------------------------------------
+
+//                                      table              bandwidth         always          checked                    stored        refuse
+constexpr applier mt76x8 = provisioning(batch_list_mt76x8, mt76x8_bandwidth, zone_committed, write_when_valid_silently, mt76x8_stored, log_refusal);
+constexpr applier ardea  = provisioning(batch_list_ardea,  ardea_bandwidth,  zone_committed, write_when_valid,          ardea_stored,  answer_set_false);
+
+} // namespace
+
+constexpr applier provisioning_one_radio  = provisioning(batch_list_wbf1, single_bandwidth, zone_and_guest, check_ardea_value, one_radio_stored,  answer_set_false);
+constexpr applier provisioning_two_radios = provisioning(batch_list_wbf,  dual_bandwidth,   zone_and_guest, check_ardea_value, two_radios_stored, answer_set_false);
+
+// clang-format on
+
+int batch_set_mt_wbf(json_object *in, json_object *out) { return apply_and_commit(mt76x8, in, out, nullptr); }
+
+int batch_set_heron_wbf(json_object *in, json_object *out) {
+    return apply_and_commit(ardea, in, out, nullptr);
+}
