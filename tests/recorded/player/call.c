@@ -378,10 +378,10 @@ static void run_get_txpower_max_key(struct json_object *arguments) {
 }
 
 static const char *handler_name(handler_function *handler) {
+    void *address = NULL;
+    memcpy(&address, &handler, sizeof address);
     for (size_t i = 0; i < handler_count; i++) {
-        handler_function *named = NULL;
-        exported_function(handler_names[i], &named);
-        if (named == handler) {
+        if (dlsym(plugin, handler_names[i]) == address) {
             return handler_names[i];
         }
     }

@@ -96,7 +96,7 @@ ssize_t readlink(const char *path, char *buffer, size_t length) {
         return -1;
     }
     size_t copied = strlen(target) < length ? strlen(target) : length;
-    memcpy(buffer, target, copied);
+    memcpy(buffer, target, copied); // NOLINT(bugprone-not-null-terminated-result): readlink adds no NUL
     return (ssize_t)copied;
 }
 
