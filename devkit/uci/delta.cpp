@@ -56,7 +56,7 @@ size_t parse_number(std::string_view text) {
 
 bool set_type(package &target, const change &wanted, bool anonymous) {
     expect(wanted.option.empty());
-    expect_name(is_bare_type(*wanted.value));
+    expect_name(is_bare(*wanted.value));
     section *found = target.find(wanted.section);
     if (found == nullptr) {
         expect(is_name(wanted.section));

@@ -59,7 +59,7 @@ std::string file::read() const {
     if (!S_ISREG(status().st_mode))
         throw io_error(EINVAL);
     std::string text;
-    std::array<char, 65536> block; // NOLINT: filled by read
+    std::array<char, 65536> block{};
     ssize_t count = 0;
     while ((count = ::pread(descriptor_, block.data(), block.size(), static_cast<off_t>(text.size()))) != 0) {
         if (count > 0)
@@ -133,7 +133,7 @@ replacement::replacement(const std::string &path, std::string_view text) : targe
         next.sync();
         identity_ = identity_of(next);
         next.close();
-    } catch (const error &) {
+    } catch (...) {
         ::unlink(temporary_.c_str());
         throw;
     }

@@ -141,7 +141,7 @@ std::vector<package> parse_export(std::string_view text) { return parser({}).rea
 std::string to_text(const package &source, bool name_anonymous) {
     std::string text;
     for (const section &each : source.sections) {
-        text += "\nconfig " + (is_bare_type(each.type) ? each.type : quoted(each.type));
+        text += "\nconfig " + bare_or_quoted(each.type);
         if (!each.anonymous || name_anonymous)
             text += " " + quoted(each.name);
         text += "\n";
@@ -151,6 +151,10 @@ std::string to_text(const package &source, bool name_anonymous) {
                     (setting.is_list ? "\tlist " : "\toption ") + setting.name + " " + quoted(value) + "\n";
     }
     return text + "\n";
+}
+
+std::string to_export(const package &source, bool name_anonymous) {
+    return "package " + bare_or_quoted(source.name) + "\n" + to_text(source, name_anonymous);
 }
 
 } // namespace uci

@@ -18,4 +18,7 @@ std::vector<package> parse_export(std::string_view text);
 // The file of a package. With name_anonymous the generated names are written too.
 std::string to_text(const package &source, bool name_anonymous = false);
 
+// The same with its "package" line.
+std::string to_export(const package &source, bool name_anonymous);
+
 } // namespace uci

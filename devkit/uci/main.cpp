@@ -98,10 +98,12 @@ private:
     void show_package(uci::package &content);
     void show_section(const std::string &prefix, const uci::section &shown);
     void show_option(const std::string &prefix, const uci::option &shown);
+    std::string read_input();
     std::string shown_name(const uci::package &content, const uci::section &shown) const;
 
     settings settings_;
     uci::store store_;
+    bool input_read_ = false;
     int status_ = 0;
 };
 
@@ -130,10 +132,6 @@ const std::array<command_line::command, 15> command_line::commands{{
     {"batch",    0, 0, &command_line::batch},
 }};
 // clang-format on
-
-std::string read_standard_input() {
-    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-}
 
 uci::path path_without_value(const std::string &text) {
     uci::path where = uci::parse_path(text);
@@ -178,7 +176,7 @@ int command_line::run(const arguments &words) {
     status_ = 0;
     try {
         dispatch(words);
-    } catch (const uci::error &failure) {
+    } catch (const std::exception &failure) {
         report(failure.what());
     } catch (const usage_error &) {
         status_ = exit_usage;
@@ -285,12 +283,19 @@ void command_line::show(const arguments &operands) {
 
 void command_line::export_text(const arguments &operands) {
     for_each_package(operands, [this](const std::string &name) {
-        std::cout << "package " << name << '\n' << uci::to_text(store_.load(name), settings_.name_anonymous);
+        std::cout << uci::to_export(store_.load(name), settings_.name_anonymous);
     });
 }
 
+// A batch has used up the standard input: its lines cannot read it again.
+std::string command_line::read_input() {
+    if (std::exchange(input_read_, true))
+        throw usage_error();
+    return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+}
+
 void command_line::import_text(const arguments &operands) {
-    const std::string text = read_standard_input();
+    const std::string text = read_input();
     if (!operands.empty()) {
         store_.replace(uci::parse_file(operands.front(), text));
         return;
@@ -322,15 +327,13 @@ void command_line::commit(const arguments &operands) {
 
 // Runs every line; the status tells whether one of them failed.
 void command_line::batch(const arguments &) {
-    const std::string text = read_standard_input();
+    const std::string text = read_input();
     uci::lexer source(text);
     int worst = 0;
     for (std::vector<uci::word> words = source.next(); !words.empty(); words = source.next()) {
         arguments line;
         for (uci::word &each : words)
             line.push_back(std::move(each.text));
-        if (line.front() == "batch")
-            throw usage_error();
         worst = std::max(worst, run(line));
     }
     status_ = worst;

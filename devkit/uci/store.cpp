@@ -148,7 +148,11 @@ void session::append_text(const std::string &text) const {
     }
 }
 
-void session::append(const change &made) const { append_text(to_line(content.name, made)); }
+void session::append(const change &made) const {
+    if (!is_recordable_package(content.name))
+        throw parse_error();
+    append_text(to_line(content.name, made));
+}
 
 void session::keep(const std::vector<change> &kept) const {
     std::string text;
@@ -160,7 +164,7 @@ void session::keep(const std::vector<change> &kept) const {
 void session::commit() const {
     if (delta_text_.empty())
         return;
-    if (pending_size_ != 0) {
+    if (!changes.empty()) {
         replacement next(path_, to_text(content));
         try {
             append_text(std::string(commit_mark) + next.identity() + "\n");
@@ -268,6 +272,8 @@ void store::commit(const std::string &name) const {
 }
 
 void store::replace(const package &with) const {
+    if (!is_package_name(with.name))
+        throw parse_error();
     const file lock = lock_folder(folders_.config, file::access::exclusive);
     replacement(folders_.config + "/" + with.name, to_text(with)).put_in_place();
 }

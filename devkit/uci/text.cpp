@@ -29,8 +29,13 @@ bool is_package_name(std::string_view text) {
 
 bool is_type(std::string_view text) { return !text.empty() && std::ranges::all_of(text, is_printable); }
 
-bool is_bare_type(std::string_view text) {
+bool is_bare(std::string_view text) {
     return is_type(text) && text.find_first_of("'\"\\#;") == std::string_view::npos;
+}
+
+bool is_recordable_package(std::string_view text) {
+    return is_package_name(text) && is_bare(text) && text.find('=') == std::string_view::npos &&
+           text.find_first_of("+-|~@^") != 0;
 }
 
 bool is_value(std::string_view text) { return std::ranges::none_of(text, is_forbidden_control); }
@@ -45,5 +50,7 @@ std::string quoted(std::string_view value) {
     }
     return result + "'";
 }
+
+std::string bare_or_quoted(std::string_view text) { return is_bare(text) ? std::string(text) : quoted(text); }
 
 } // namespace uci
