@@ -61,15 +61,13 @@ void reset_signals() {
         std::signal(number, SIG_DFL);
 }
 
-// Becomes the shell. Nothing of the daemon but standard output and error goes along; `started` is closed by
-// the execution itself.
-[[noreturn]] void become_shell(const char *command, int started) {
+// Becomes the shell. Of the daemon's open files only standard output and error go along.
+[[noreturn]] void become_shell(const char *command) {
     reset_signals();
     const int null = open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (null >= 0)
         dup2(null, STDIN_FILENO);
-    if (fcntl(started, F_SETFD, FD_CLOEXEC) == 0)
-        close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     execl("/bin/sh", "sh", "-c", command, static_cast<char *>(nullptr));
     _exit(127);
 }
@@ -95,7 +93,7 @@ int fork_exec2(const char *command) {
         setsid();
         const pid_t detached = fork();
         if (detached == 0)
-            become_shell(command, started[1]);
+            become_shell(command);
         _exit(detached < 0 ? 1 : 0);
     }
     close(started[1]);

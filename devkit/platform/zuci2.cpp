@@ -42,6 +42,13 @@ int guarded(const zuci2_context *ctx, const char *text, Action action) {
     }
 }
 
+uci::path parse_plain_path(const char *text) {
+    uci::path where = uci::parse_path(text);
+    if (where.value)
+        throw uci::parse_error();
+    return where;
+}
+
 std::string joined(const std::vector<std::string> &values) {
     std::string text;
     for (const std::string &value : values)
@@ -71,21 +78,21 @@ zuci2_context *zuci2_init() {
 int zuci2_get(zuci2_context *ctx, const char *path, char *buffer) {
     if (buffer == nullptr)
         return failure;
-    return guarded(ctx, path, [&] { copy_cut(value_of(ctx->store, uci::parse_path(path)), buffer); });
+    return guarded(ctx, path, [&] { copy_cut(value_of(ctx->store, parse_plain_path(path)), buffer); });
 }
 
 int zuci2_set(zuci2_context *ctx, const char *path, const char *value) {
     if (value == nullptr)
         return failure;
     return guarded(ctx, path, [&] {
-        uci::path where = uci::parse_path(path);
+        uci::path where = parse_plain_path(path);
         where.value = value;
         ctx->store.record(uci::action::set, where);
     });
 }
 
 int zuci2_delete(zuci2_context *ctx, const char *path) {
-    return guarded(ctx, path, [&] { ctx->store.record(uci::action::remove, uci::parse_path(path)); });
+    return guarded(ctx, path, [&] { ctx->store.record(uci::action::remove, parse_plain_path(path)); });
 }
 
 int zuci2_commit(zuci2_context *ctx, const char *package) {
