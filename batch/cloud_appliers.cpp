@@ -13,7 +13,7 @@ bool write_lan_ip_twice(const row_step &step) { return write_lan_ip(step) && wri
 
 // clang-format off
 
-// --- Keys that have an effect whatever their option holds ------------------------------------------
+// --- Keys that have an effect whatever their option holds ----------------------------------------
 
 constexpr key_rule bandwidth_keys[] = {
     {"2g_htmode",       set_bandwidth},
@@ -67,7 +67,7 @@ constexpr first_time_key mt76x8_first_time[] = {
     {"autoupdate_firmware_path", any_model},
 };
 
-// --- Keys without a check whose option holds a value; every other one is simply written ------------
+// --- Keys without a check whose option holds a value; every other one is simply written ----------
 
 constexpr key_rule radio_and_password[] = {
     {"2g_txpower",      set_txpower},
@@ -112,7 +112,7 @@ constexpr applier cloud_applier(std::span<batch_entry> table, std::span<const ba
 
 // clang-format off
 
-// --- The appliers ----------------------------------------------------------------------------------
+// --- The appliers --------------------------------------------------------------------------------
 
 //                                       table              bandwidth                   always          first time         stored
 constexpr applier finch  = cloud_applier(batch_list_finch,  single_bandwidth,           zone_and_guest, single_first_time, lan);

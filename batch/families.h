@@ -6,10 +6,10 @@
 #include <span>
 
 struct family {
-    model_list models;
+    name_list models;
     std::span<batch_entry> table;
-    std::span<const char *const> zero_when_empty;    // keys that a full read reports as "0" while unset
-    int (*apply)(json_object *in, json_object *out); // null: batch_set_default
+    name_list zero_when_empty;                       // keys that a full read reports as "0" while unset
+    int (*apply)(json_object *in, json_object *out); // null: the models without a family share an applier
 };
 
 // Families by model name, and the two for every other model, by its number of radios.

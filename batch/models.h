@@ -3,7 +3,7 @@
 
 #include "batch/rows.h"
 
-inline constexpr model_list any_model = {};
+inline constexpr name_list any_model = {};
 inline constexpr const char *ardea_models[] = {"heron", "egret", "crane", "stork", "falcon"};
 inline constexpr const char *mt76x8_models[] = {"plover-v2", "plover", "linnet", "pipit"};
 inline constexpr const char *mt7615_models[] = {"wren"};

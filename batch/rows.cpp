@@ -14,7 +14,7 @@ namespace {
 constexpr size_t time_zone_command_size = 300;
 constexpr size_t time_zone_size = 128;
 
-bool is_for(const model_list &models, const row_step &step) {
+bool is_for(const name_list &models, const row_step &step) {
     return models.empty() || lists(models, step.model ? step.model : get_model_name());
 }
 
@@ -61,9 +61,9 @@ void apply_row(row_step &step, const char *current) {
 
 } // namespace
 
-bool lists(const model_list &models, const char *model) {
-    for (const char *candidate : models)
-        if (equal(model, candidate))
+bool lists(const name_list &names, const char *name) {
+    for (const char *candidate : names)
+        if (equal(name, candidate))
             return true;
     return false;
 }

@@ -7,9 +7,9 @@
 
 #include <span>
 
-// Model names, compared letter for letter.
-using model_list = std::span<const char *const>;
-bool lists(const model_list &models, const char *model);
+// Names of models or keys, compared letter for letter.
+using name_list = std::span<const char *const>;
+bool lists(const name_list &names, const char *name);
 
 // A value of this many characters or more is refused whole.
 inline constexpr size_t value_size = 512;
@@ -31,8 +31,7 @@ struct row_step {
     const key_rule *rule; // the rule that runs now
 };
 
-// Applies its part of a row; false when the value does not fit what it is meant for, and then the row ends,
-// refused.
+// Applies its part of a row. False: the value does not fit what it is meant for, and the row ends, refused.
 using row_rule = bool (*)(const row_step &step);
 
 // A rule for the rows of one key.
@@ -48,8 +47,7 @@ struct key_rules {
     std::span<const key_rule> shared;
 };
 
-// One write of a bandwidth rule: a path (null: the row's own) and its value, fixed or made from the
-// request's.
+// One write of a bandwidth rule: a path (null: the row's own) and a value, fixed or made from the request's.
 struct bandwidth_write {
     const char *path;
     const char *fixed;
@@ -59,22 +57,25 @@ struct bandwidth_write {
 // What a bandwidth key sets on a model. The first rule that matches wins.
 struct bandwidth_rule {
     const char *key;
-    model_list models; // empty: any model
+    name_list models; // empty: any model
     std::span<const bandwidth_write> writes;
 };
 
 // A key that is written, unchecked, while its option holds nothing yet.
 struct first_time_key {
     const char *key;
-    model_list models; // empty: any model
+    name_list models; // empty: any model
 };
 
-// The phases of a row, in this order:
-// 1. `always`, the rule of the row's key;
-// 2. by what the option holds: nothing: written if `first_time` lists the key; a value, and the row has a
-// pattern:
-//    `checked`; a value and no pattern: the rule of the key in `stored`, or else `otherwise`;
-// 3. written (once more) if `written_anyway` lists the key.
+// The phases of a row:
+//
+//   always            the rule of the row's key, whatever the option holds;
+//   then, by what the option holds
+//   - nothing:        the value is written when `first_time` lists the key,
+//   - a value:        `checked` when the row has a pattern,
+//                     else the rule of the key in `stored`, else `otherwise`;
+//   written_anyway    the value is written (once more) when this lists the key.
+//
 // Where there is no rule, nothing happens. A value that does not fit goes to `refuse` and ends the row.
 struct applier {
     std::span<batch_entry> table;
@@ -84,7 +85,7 @@ struct applier {
     row_rule checked;
     key_rules stored;
     row_rule otherwise;
-    std::span<const char *const> written_anyway;
+    name_list written_anyway;
     void (*refuse)(const row_step &step);
 };
 
@@ -122,8 +123,7 @@ bool leave_alone(const row_step &step);
 // Writes a value that matches the row's pattern, and answers "set false" for any other.
 bool write_when_valid(const row_step &step);
 
-// The parts of write_when_valid: whether a text matches the row's pattern, and the write of a value that
-// does.
+// The parts of write_when_valid: whether a text matches the row's pattern, and the write of a valid value.
 bool is_valid(const row_step &step, const char *text);
 bool write_valid(const row_step &step);
 

@@ -76,7 +76,7 @@ int getUciReturn(const char *command, char *buffer);
 // call order; no zombie is left.
 int fork_exec2(const char *command);
 
-// --- Device facts ---------------------------------------------------------------------------------
+// --- Device facts --------------------------------------------------------------------------------
 // The texts belong to the library.
 
 const char *get_model_name(void);

@@ -167,7 +167,7 @@ constexpr key_rule ardea_stored[] = {
     {"guest_5g_encrytion", write_encryption, "wireless.guest5g"},
 };
 
-// --- Keys that are written whatever their option holds and their check said ------------------------
+// --- Keys that are written whatever their option holds and their check said ----------------------
 
 constexpr const char *names_and_passphrases[] = {
     "2g_ssid", "5g_ssid", "guest_2g_ssid", "guest_5g_ssid",
@@ -193,7 +193,7 @@ constexpr applier provisioning(std::span<batch_entry> table, std::span<const ban
 
 // clang-format off
 
-// --- The appliers ----------------------------------------------------------------------------------
+// --- The appliers --------------------------------------------------------------------------------
 
 //                                      table              bandwidth         always          checked                    stored        refuse
 constexpr applier mt76x8 = provisioning(batch_list_mt76x8, mt76x8_bandwidth, zone_committed, write_when_valid_silently, mt76x8_stored, log_refusal);

@@ -46,7 +46,7 @@ constexpr const char *phy_restart[] = {restart_soon, phys_down, phys_up};
 constexpr const char *gadget_restart[] = {reload_gadget, restart_soon};
 
 struct restart_rule {
-    model_list models;   // empty: any model
+    name_list models;    // empty: any model
     bool (*condition)(); // null: none
     std::span<const char *const> commands;
 };
