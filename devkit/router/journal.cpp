@@ -21,9 +21,8 @@ std::string time_text() {
     gmtime_r(&now.tv_sec, &utc);
     std::array<char, sizeof "2026-01-01T00:00:00"> seconds{};
     strftime(seconds.data(), seconds.size(), "%FT%T", &utc);
-    std::array<char, sizeof ".000000Z"> fraction{};
-    snprintf(fraction.data(), fraction.size(), ".%06ldZ", static_cast<long>(now.tv_usec) % 1'000'000);
-    return std::string(seconds.data()) + fraction.data();
+    const std::string microseconds = std::to_string(1'000'000 + now.tv_usec).substr(1);
+    return std::string(seconds.data()) + '.' + microseconds + 'Z';
 }
 
 bool is_plain(std::string_view text) {
