@@ -20,8 +20,7 @@ typedef int handler_function(struct json_object *in, struct json_object *out);
 
 static void *plugin;
 
-// --- Exported names
-// -----------------------------------------------------------------------------------------------
+// --- Exported names ------------------------------------------------------------------------------
 
 static const char *const handler_names[] = {
     "aerolink_ctrl_get",   "aerolink_ctrl_set",      "aerolink_unbind",     "aerolink_bind_info",
@@ -69,8 +68,7 @@ void call_load_plugin(const char *path) {
     }
 }
 
-// --- Outcome
-// ------------------------------------------------------------------------------------------------------
+// --- Outcome -------------------------------------------------------------------------------------
 
 static void print_state(void) {
     static const char *const integers[] = {"batch_status", "xwf_enable_flag", "falcon_2g_5g_swap_done"};
@@ -128,8 +126,7 @@ static void end_call(int result, const struct text *response) {
     print_outcome(result, response);
 }
 
-// --- Handlers
-// -----------------------------------------------------------------------------------------------------
+// --- Handlers ------------------------------------------------------------------------------------
 
 // References that the player holds for the time of a call, so that one that the handler releases can be
 // counted without the object being freed.
@@ -257,8 +254,7 @@ static void run_route(const char *header, struct json_object *request) {
     refuse("no such route: %s", header);
 }
 
-// --- Other functions
-// ----------------------------------------------------------------------------------------------
+// --- Other functions -----------------------------------------------------------------------------
 
 static void expect_arguments(struct json_object *arguments, size_t count) {
     if (!json_object_is_type(arguments, json_type_array) || json_object_array_length(arguments) != count) {
@@ -428,8 +424,7 @@ static void run_tables(struct json_object *arguments) {
     text_free(&response);
 }
 
-// --- Choice
-// -------------------------------------------------------------------------------------------------------
+// --- Choice --------------------------------------------------------------------------------------
 
 static const struct {
     const char *name;

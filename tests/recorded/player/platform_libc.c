@@ -25,8 +25,7 @@ void __syslog_chk(int priority, int flag, const char *format, ...) __attribute__
 ssize_t __readlink_chk(const char *path, char *buffer, size_t length, size_t buffer_size);
 // NOLINTEND(bugprone-reserved-identifier)
 
-// --- Commands
-// -----------------------------------------------------------------------------------------------------
+// --- Commands ------------------------------------------------------------------------------------
 
 int system(const char *command) {
     journal_effect("system", command);
@@ -43,8 +42,7 @@ unsigned sleep(unsigned seconds) {
 
 void sync(void) { journal_event("sync"); }
 
-// --- Log
-// ----------------------------------------------------------------------------------------------------------
+// --- Log -----------------------------------------------------------------------------------------
 
 void vsyslog(int priority, const char *format, va_list arguments) {
     static const char *const names[] = {"emerg",   "alert",  "crit", "err",
@@ -77,8 +75,7 @@ void __syslog_chk(int priority, int flag, const char *format, ...) {
     va_end(arguments);
 }
 
-// --- Files
-// --------------------------------------------------------------------------------------------------------
+// --- Files ---------------------------------------------------------------------------------------
 
 int access(const char *path, int mode) {
     (void)mode;
@@ -109,8 +106,7 @@ ssize_t __readlink_chk(const char *path, char *buffer, size_t length, size_t buf
     return readlink(path, buffer, length);
 }
 
-// --- Streams
-// ------------------------------------------------------------------------------------------------------
+// --- Streams -------------------------------------------------------------------------------------
 
 // A command's scripted output, or a file that is being written into memory.
 struct stream {
@@ -242,8 +238,7 @@ void platform_end_streams(void) {
     }
 }
 
-// --- Passwords
-// ----------------------------------------------------------------------------------------------------
+// --- Passwords -----------------------------------------------------------------------------------
 
 char *crypt(const char *password, const char *setting) {
     static struct crypt_data data;

@@ -9,8 +9,7 @@
 
 struct json_object;
 
-// --- Changed by the case
-// ------------------------------------------------------------------------------------------
+// --- Changed by the case -------------------------------------------------------------------------
 
 // Ends the program with status 2 and a message that names the case's file and line.
 __attribute__((noreturn, format(printf, 1, 2))) void refuse(const char *format, ...);
@@ -26,8 +25,7 @@ void world_answer_line(const char *line);
 void world_file_line(const char *line);
 void world_fault_line(const char *line);
 
-// --- Looked up by the platform
-// ------------------------------------------------------------------------------------
+// --- Looked up by the platform -------------------------------------------------------------------
 
 const char *world_model(void);
 const char *world_service_code(void);

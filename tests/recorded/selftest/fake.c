@@ -23,8 +23,7 @@ struct batch_entry batch_list_common[8], batch_list1[48], batch_list2[34], batch
 
 enum { buffer_size = 4096 };
 
-// --- Every effect
-// -------------------------------------------------------------------------------------------------
+// --- Every effect --------------------------------------------------------------------------------
 
 static void use_uci(struct json_object *out) {
     char value[buffer_size] = "untouched";
@@ -121,8 +120,7 @@ int aerolink_ctrl_get(struct json_object *in, struct json_object *out) {
     return 0;
 }
 
-// --- Misdeeds
-// -----------------------------------------------------------------------------------------------------
+// --- Misdeeds ------------------------------------------------------------------------------------
 
 static struct json_object *kept_request;
 
