@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t rewritten_size = 2048;
 
-// The rewritten pattern as it grows; `fits` turns false once and for all.
+// The rewritten pattern as it grows. Once it does not fit it never does again.
 struct rewritten {
     char text[rewritten_size];
     size_t length;
@@ -201,6 +201,13 @@ bool rewrite_negated_bracket(const bracket &source, rewritten &out) {
     return true;
 }
 
+bool rewrite_any_bracket(const bracket &source, rewritten &out) {
+    if (source.has_negated_class)
+        return rewrite_negated_bracket(source, out);
+    rewrite_bracket(source, out);
+    return true;
+}
+
 // The rewritten form of what follows a backslash outside brackets.
 void rewrite_escape(char letter, rewritten &out) {
     if (const char *inside = class_of(letter)) {
@@ -221,14 +228,12 @@ bool rewrite(const char *pattern, rewritten &out) {
             at += 2;
             continue;
         }
-        const bracket found = *at == '[' ? scan_bracket(at) : bracket{};
-        if (!found.end) {
+        if (*at != '[') {
             append(out, *at++);
             continue;
         }
-        if (!found.has_negated_class)
-            rewrite_bracket(found, out);
-        else if (!rewrite_negated_bracket(found, out))
+        const bracket found = scan_bracket(at);
+        if (!found.end || !rewrite_any_bracket(found, out))
             return false;
         at = found.end + 1;
     }
@@ -238,13 +243,12 @@ bool rewrite(const char *pattern, rewritten &out) {
 } // namespace
 
 int regex_exe(const char *pattern, const char *text) {
-    rewritten translated = {};
+    rewritten translated = {.text = "", .length = 0, .fits = true};
     if (!pattern || !text || !rewrite(pattern, translated))
         return -1;
     regex_t compiled;
-    if (regcomp(&compiled, translated.text, REG_EXTENDED | REG_NEWLINE) != 0) {
+    if (regcomp(&compiled, translated.text, REG_EXTENDED | REG_NEWLINE) != 0)
         return -1;
-    }
     const int result = regexec(&compiled, text, 0, nullptr, 0);
     regfree(&compiled);
     return result == 0 ? 1 : result == REG_NOMATCH ? 0 : -1;
