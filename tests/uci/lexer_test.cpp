@@ -1,0 +1,74 @@
+// The lexer: words, where they begin, and what is left of a text that breaks off.
+#include "devkit/uci/error.h"
+#include "devkit/uci/lexer.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Each command as "line:byte:word" pieces in brackets.
+std::string commands_of(std::string_view text) {
+    uci::lexer source(text);
+    std::string result;
+    for (std::vector<uci::word> words = source.next(); !words.empty(); words = source.next()) {
+        result += "[";
+        for (const uci::word &each : words)
+            result += (&each == words.data() ? "" : " ") + std::to_string(each.line) + ":" +
+                      std::to_string(each.byte) + ":" + each.text;
+        result += "]";
+    }
+    EXPECT_EQ(source.consumed(), text.size()) << text;
+    return result;
+}
+
+TEST(lexer, words_and_places) {
+    const struct {
+        const char *text;
+        const char *commands;
+    } rows[] = {
+        {"", ""},
+        {" \t\r\n;;\n# only a comment", ""},
+        {"one", "[1:0:one]"},
+        {"one two\n\n three", "[1:0:one 1:4:two][3:1:three]"},
+        {"one;two # three ; four\n;five", "[1:0:one][1:4:two][2:1:five]"},
+        {"o#ne", "[1:0:o]"},
+        {"'a b'\"c d\"e\\ f 'g'", "[1:0:a bc de f 1:15:g]"},
+        {"'\\n' \"\\n\\\"\" \\n\\\\", "[1:0:\\n 1:5:n\" 1:12:n\\]"},
+        {"'' \"\" x", "[1:0: 1:3: 1:6:x]"},
+        {"'a\nb' c\nd", "[1:0:a\nb 2:3:c][3:0:d]"},
+        {"a\\\nb \\\n \\\nc\nd", "[1:0:ab 4:0:c][5:0:d]"},
+        {"\"a\\\nb\" \"a\\\r\nb\"", "[1:0:ab 2:3:ab]"},
+        {"a\\", "[1:0:a]"},
+        {"a\r\nb\r\n", "[1:0:a][2:0:b]"},
+        {"a\vb\fc", "[1:0:a 1:2:b 1:4:c]"},
+        {"\xff\x80", "[1:0:\xff\x80]"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(commands_of(row.text), row.commands) << row.text;
+}
+
+TEST(lexer, open_quote) {
+    const struct {
+        const char *text;
+        const char *message;
+        size_t consumed;
+    } rows[] = {
+        {"'", "Parse error (EOF with unterminated ') at line 1, byte 0", 0},
+        {"a b\nc 'd\n", "Parse error (EOF with unterminated ') at line 2, byte 2", 4},
+        {"a;\"b\\\"", "Parse error (EOF with unterminated \") at line 1, byte 2", 2},
+        {"a\n\"b\\", "Parse error (EOF with unterminated \") at line 2, byte 0", 2},
+    };
+    for (const auto &row : rows) {
+        uci::lexer source(row.text);
+        try {
+            while (!source.next().empty()) {
+            }
+            FAIL() << row.text;
+        } catch (const uci::parse_error &failure) {
+            EXPECT_STREQ(failure.what(), row.message) << row.text;
+            EXPECT_EQ(source.consumed(), row.consumed) << row.text;
+        }
+    }
+}
+
+} // namespace
