@@ -341,6 +341,7 @@ void command_line::batch(const arguments &) {
 
 settings parse_options(int count, char **words) {
     settings result;
+    opterr = 0;
     // "+": what follows the command is its own, a value that begins with "-" included.
     for (int letter = 0; (letter = getopt(count, words, "+c:d:p:P:t:nNqX")) != -1;) {
         switch (letter) {
