@@ -14,9 +14,12 @@ struct tokener_release {
 } // namespace
 
 json_ptr parse_object(std::string_view text) {
-    // json-c counts the scalars inside the deepest level as a level of their own.
+    // json-c's own check of UTF-8 lets surrogates and overlong forms pass.
+    if (!is_utf8(text))
+        return nullptr;
+    // To json-c the value is a level too.
     const std::unique_ptr<json_tokener, tokener_release> tokener(json_tokener_new_ex(max_nesting + 1));
-    json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
+    json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT);
     json_ptr object(json_tokener_parse_ex(tokener.get(), text.data(), static_cast<int>(text.size())));
     if (json_tokener_get_error(tokener.get()) != json_tokener_success ||
         json_tokener_get_parse_end(tokener.get()) != text.size() ||

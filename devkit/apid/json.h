@@ -12,7 +12,7 @@ struct json_release {
 };
 using json_ptr = std::unique_ptr<json_object, json_release>;
 
-constexpr int max_nesting = 32; // objects and arrays in each other, the request itself included
+constexpr int max_nesting = 32; // objects and arrays around a value
 
 // The object that the text is, in strict JSON with nothing but white space around it; null when it is no such
 // thing or nested too deeply.

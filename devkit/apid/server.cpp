@@ -1,5 +1,5 @@
-// The HTTP side. The event loop is our own and MHD_run works in it, so that the whole daemon is one thread:
-// no handler can run beside another.
+// The HTTP side. The event loop is our own and the HTTP library works in it, so that the whole daemon is one
+// thread: no handler can run beside another.
 #include "devkit/apid/server.h"
 
 #include "devkit/apid/access.h"
@@ -14,8 +14,8 @@
 #include <map>
 #include <memory>
 #include <microhttpd.h>
-#include <poll.h>
 #include <strings.h>
+#include <sys/select.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -30,6 +30,7 @@ constexpr const char *json_type = "application/json";
 
 using clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+using namespace std::chrono_literals;
 
 struct reply {
     unsigned status;
@@ -218,7 +219,7 @@ private:
 
 server::server(int listener, const std::string &token, std::chrono::seconds timeout)
     : token_(token), timeout_(timeout), listener_(listener) {
-    daemon_ = MHD_start_daemon(MHD_USE_EPOLL | MHD_USE_ERROR_LOG, 0, nullptr, nullptr, on_request, this,
+    daemon_ = MHD_start_daemon(MHD_USE_ERROR_LOG, 0, nullptr, nullptr, on_request, this,
                                MHD_OPTION_EXTERNAL_LOGGER, on_message, nullptr,   //
                                MHD_OPTION_LISTEN_SOCKET, listener,                //
                                MHD_OPTION_STRICT_FOR_CLIENT, 1,                   //
@@ -245,12 +246,21 @@ void server::run() {
 
 // Waits for something to do and does it.
 void server::turn() {
-    const int events = MHD_get_daemon_info(daemon_, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
-    pollfd sources[] = {{.fd = events, .events = POLLIN, .revents = 0},
-                        {.fd = wakeup_descriptor(), .events = POLLIN, .revents = 0}};
-    poll(sources, std::size(sources), static_cast<int>(time_to_wait().count()));
+    fd_set readable;
+    fd_set writable;
+    fd_set failed;
+    FD_ZERO(&readable);
+    FD_ZERO(&writable);
+    FD_ZERO(&failed);
+    MHD_socket highest = wakeup_descriptor();
+    MHD_get_fdset(daemon_, &readable, &writable, &failed, &highest);
+    FD_SET(wakeup_descriptor(), &readable);
+    const auto wait = std::chrono::microseconds(time_to_wait());
+    timeval timeout{.tv_sec = wait / 1s, .tv_usec = (wait % 1s).count()};
+    if (select(highest + 1, &readable, &writable, &failed, &timeout) < 0)
+        return; // a signal: the sets say nothing
     clear_wakeup();
-    MHD_run(daemon_);
+    MHD_run_from_select(daemon_, &readable, &writable, &failed);
     drop_overdue();
 }
 
