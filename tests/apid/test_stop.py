@@ -1,0 +1,107 @@
+"""A stop finishes the requests in work and nothing else."""
+
+import signal
+import socket
+import threading
+import time
+
+from support import DaemonTest, read_all
+
+SLOW = b"GET /test/slow?ms=800 HTTP/1.1\r\nHost: localhost\r\n\r\n"
+POST = b"POST /test/echo_post HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\nContent-Length: 4\r\n\r\n"
+
+
+class Stop(DaemonTest):
+    def check_stop(self, daemon, at_most, signal_number=signal.SIGTERM):
+        start = time.monotonic()
+        self.assertEqual(daemon.stop(signal_number), (0, ""))
+        self.assertLess(time.monotonic() - start, at_most)
+
+    def test_idle(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(signal=number):
+                daemon = self.daemon()
+                kept = daemon.connect()
+                unfinished = daemon.connect()
+                unfinished.sendall(b"GET /test/echo HTTP/1.1\r\nHost:")
+                time.sleep(0.1)
+                self.check_stop(daemon, 3, number)
+                for client in (kept, unfinished):
+                    self.assertEqual(read_all(client), b"")
+                    client.close()
+                with self.assertRaises(ConnectionRefusedError):
+                    daemon.connect()
+
+    def test_during_a_handler(self):
+        for signals in (1, 3):
+            with self.subTest(signals=signals):
+                daemon = self.daemon()
+                with daemon.connect() as client:
+                    client.sendall(SLOW)
+                    time.sleep(0.3)
+                    for _ in range(signals):
+                        daemon.process.send_signal(signal.SIGTERM)
+                    received = read_all(client)
+                self.assertTrue(received.startswith(b"HTTP/1.1 200 "), received)
+                self.assertIn(b"\r\nConnection: close\r\n", received)
+                self.assertTrue(received.endswith(b'{"result":0,"response":{"overlap":0,"main_thread":1}}'), received)
+                self.assertEqual(daemon.wait(), (0, ""))
+
+    def test_during_an_upload(self):
+        daemon = self.daemon()
+        with daemon.connect() as client:
+            client.sendall(POST + b"{ ")
+            time.sleep(0.2)
+            daemon.process.send_signal(signal.SIGTERM)
+            time.sleep(0.2)
+            self.assertIsNone(daemon.process.poll())
+            with self.assertRaises(ConnectionRefusedError):
+                daemon.connect()
+            client.sendall(b" }")
+            received = read_all(client)
+        self.assertTrue(received.endswith(b'{"result":0,"response":{"request":{}}}'), received)
+        self.assertEqual(daemon.wait(), (0, ""))
+
+    def test_upload_that_never_ends(self):
+        daemon = self.daemon("--timeout", "1")
+        with daemon.connect() as client:
+            client.sendall(POST + b"{ ")
+            time.sleep(0.2)
+            self.check_stop(daemon, 4)
+            self.assertEqual(read_all(client), b"")
+
+    def test_while_a_reply_is_taken_slowly(self):
+        daemon = self.daemon()
+        with daemon.connect() as client:
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+            client.sendall(b"GET /test/large?size=10000000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            head = client.recv(1000)
+            daemon.process.send_signal(signal.SIGTERM)
+            time.sleep(0.3)
+            self.assertIsNone(daemon.process.poll())
+            # The connection was to be kept when the reply began, so nobody but the client or the stop closes it.
+            received = head + read_all(client)
+        self.assertEqual(received.rpartition(b'"text":"')[2], b"x" * 10_000_000 + b'"}}')
+        self.assertEqual(daemon.wait(), (0, ""))
+
+    def test_busy_clients_do_not_keep_it_alive(self):
+        daemon = self.daemon()
+        ended = threading.Event()
+
+        def keep_asking():
+            while not ended.is_set():
+                try:
+                    with daemon.connect() as client:
+                        client.sendall(b"GET /test/slow?ms=5 HTTP/1.1\r\nHost: localhost\r\n\r\n" * 3)
+                        read_all(client)
+                except OSError:
+                    pass
+
+        clients = [threading.Thread(target=keep_asking) for _ in range(6)]
+        for client in clients:
+            client.start()
+        time.sleep(0.5)
+        self.check_stop(daemon, 5)
+        ended.set()
+        for client in clients:
+            client.join()
