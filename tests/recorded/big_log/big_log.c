@@ -1,0 +1,171 @@
+// The cloud log of a million lines: the plug-in's answer must be complete and in order, take no more memory
+// than the answer itself, and no time beyond what a line costs. usage: big_log PLUGIN
+#include "plugin/aerolink.h"
+
+#include <dlfcn.h>
+#include <json-c/json.h>
+#include <stdbool.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+enum { line_count = 1000000, line_length = 80, first_line_length = 1000000 };
+
+static void fail(const char *message) {
+    fprintf(stderr, "%s\n", message);
+    exit(EXIT_FAILURE);
+}
+
+// --- The log
+
+static char line[first_line_length + 1];
+
+// Makes line the text of that number. The first is long, so that what it cost is not paid for every other
+// line.
+static size_t make_line(size_t number) {
+    if (number == 0) {
+        memset(line, 'x', first_line_length);
+        line[first_line_length] = '\0';
+        return first_line_length;
+    }
+    return (size_t)snprintf(line, sizeof line, "%-*zu.", line_length - 1, number);
+}
+
+// What is left of the log: the rest of the text in line, and the lines from next on.
+static struct {
+    size_t next, offset, length;
+    bool open;
+} output;
+
+static ssize_t read_output(void *cookie, char *buffer, size_t size) {
+    (void)cookie;
+    if (output.offset == output.length && output.next < line_count) {
+        output.length = make_line(output.next++);
+        output.offset = 0;
+        if (output.next < line_count) {
+            line[output.length++] = '\n';
+        }
+    }
+    size_t left = output.length - output.offset;
+    size_t given = left < size ? left : size;
+    memcpy(buffer, line + output.offset, given);
+    output.offset += given;
+    return (ssize_t)given;
+}
+
+FILE *popen(const char *command, const char *mode) {
+    (void)command;
+    output.open = true;
+    return fopencookie(NULL, mode, (cookie_io_functions_t){.read = read_output});
+}
+
+int pclose(FILE *pipe) {
+    output.open = false;
+    return fclose(pipe);
+}
+
+// --- Work, each in a process of its own
+
+static void do_nothing(void) {}
+
+static void build_array(void) {
+    struct json_object *array = json_object_new_array();
+    for (size_t i = 0; i < line_count; i++) {
+        make_line(i);
+        json_object_array_add(array, json_object_new_string(line));
+    }
+}
+
+static void build_array_beside_a_copy(void) {
+    char **copy = calloc(line_count, sizeof *copy);
+    for (size_t i = 0; i < line_count; i++) {
+        make_line(i);
+        copy[i] = strdup(line);
+    }
+    build_array();
+    free(copy);
+}
+
+static int (*plugin_log)(struct json_object *in, struct json_object *out);
+
+static void ask_the_plugin(void) {
+    struct json_object *response = json_object_new_object();
+    struct json_object *log = NULL;
+    if (plugin_log(NULL, response) != 0 || output.open) {
+        fail("the request failed or left the pipe open");
+    }
+    json_object_object_get_ex(response, "log", &log);
+    if (!json_object_is_type(log, json_type_array) || json_object_array_length(log) != line_count) {
+        fail("the log has not as many lines as there were");
+    }
+    for (size_t i = 0; i < line_count; i++) {
+        make_line(i);
+        if (strcmp(json_object_get_string(json_object_array_get_idx(log, i)), line) != 0) {
+            fprintf(stderr, "wrong line: %zu\n", i);
+            exit(EXIT_FAILURE);
+        }
+    }
+}
+
+// --- Measuring
+
+struct usage {
+    long peak_kib;
+    double seconds;
+};
+
+static double in_seconds(struct timeval time) { return (double)time.tv_sec + (double)time.tv_usec / 1e6; }
+
+static struct usage measure(const char *name, void (*work)(void)) {
+    pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(EXIT_SUCCESS);
+    }
+    int status = 0;
+    struct rusage usage;
+    if (child < 0 || wait4(child, &status, 0, &usage) != child || status != 0) {
+        fprintf(stderr, "failed: %s\n", name);
+        exit(EXIT_FAILURE);
+    }
+    struct usage measured = {usage.ru_maxrss, in_seconds(usage.ru_utime) + in_seconds(usage.ru_stime)};
+    printf("%-24s %7ld KiB %6.2f s\n", name, measured.peak_kib, measured.seconds);
+    fflush(stdout);
+    return measured;
+}
+
+static void load_plugin(const char *path) {
+    void *plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    void *symbol = plugin ? dlsym(plugin, "aerolink_log") : NULL;
+    if (!symbol) {
+        fail(dlerror());
+    }
+    memcpy(&plugin_log, &symbol, sizeof symbol);
+}
+
+int main(int argc, char **argv) {
+    if (argc != 2) {
+        fail("usage: big_log PLUGIN");
+    }
+    load_plugin(argv[1]);
+    struct usage idle = measure("idle", do_nothing);
+    struct usage array = measure("array", build_array);
+    struct usage copied = measure("array beside a copy", build_array_beside_a_copy);
+    struct usage asked = measure("plug-in", ask_the_plugin);
+
+    long answer = array.peak_kib - idle.peak_kib;
+    long most = array.peak_kib + answer / 10;
+    if (copied.peak_kib <= most) {
+        fail("a copy of the log does not show in the measurement");
+    }
+    if (asked.peak_kib > most) {
+        fail("the plug-in takes more memory than its answer");
+    }
+    if (asked.seconds > 20 * array.seconds + 1) {
+        fail("the plug-in takes too long");
+    }
+    return EXIT_SUCCESS;
+}
