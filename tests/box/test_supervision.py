@@ -1,0 +1,223 @@
+"""The box itself: what it keeps apart, restarts, keeps and refuses."""
+import os
+import re
+import shlex
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from router import BOX, IMAGE, PATIENCE, Router, wait_for
+
+
+def start(test, model="heron", state=None):
+    router = Router(model, state)
+    test.addCleanup(router.stop)
+    return router
+
+
+def parents():
+    """Process to parent, for all of this machine."""
+    found = {}
+    for entry in Path("/proc").glob("[0-9]*/stat"):
+        try:
+            text = entry.read_text(encoding="utf-8", errors="replace")
+        except OSError:
+            continue
+        found[int(entry.parent.name)] = int(text.rpartition(")")[2].split()[1])
+    return found
+
+
+def descendants(process):
+    parent_of = parents()
+    family = {process}
+    while more := {child for child, parent in parent_of.items() if parent in family} - family:
+        family |= more
+    return family
+
+
+class Isolation(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.router = Router("heron")
+        cls.addClassCleanup(cls.router.stop)
+
+    def test_no_file_of_the_machine(self):
+        self.assertEqual(set(self.router.shell("ls /").split()),
+                         {"bin", "dev", "etc", "lib", "lib64", "proc", "root", "run", "sbin", "tmp", "usr", "var", "www"})
+        with tempfile.NamedTemporaryFile() as file:
+            self.assertFalse(self.router.exists(file.name))
+        self.assertEqual(self.router.shell("cat /etc/passwd"), "root:x:0:0:root:/root:/bin/sh\n")
+
+    def test_no_process_of_the_machine(self):
+        outside = subprocess.Popen(["sleep", "98765"])
+        self.addCleanup(outside.wait)
+        self.addCleanup(outside.kill)
+        self.assertEqual(self.router.run("pgrep -f 98765").returncode, 1)
+        self.assertEqual(self.router.shell("cat /proc/1/comm"), "bwrap\n")
+
+    def test_no_network_of_the_machine(self):
+        self.assertEqual(re.findall(r"^\d+: (\w+)", self.router.shell("ip link"), re.MULTILINE), ["lo"])
+        with socket.create_server(("127.0.0.1", 0)) as server:
+            port = server.getsockname()[1]
+            self.assertNotEqual(self.router.run(f"echo | nc -w 2 127.0.0.1 {port}").returncode, 0)
+
+    def test_root_in_the_box_is_nobody_outside(self):
+        inside, outside, count = self.router.shell("cat /proc/self/uid_map").split()
+        self.assertEqual((inside, count), ("0", "1"))
+        self.assertNotEqual(outside, "0")
+        for path in ("/proc/sys/kernel/core_pattern", "/proc/sysrq-trigger", "/usr/sbin/apid"):
+            self.assertNotEqual(self.router.run(f": >>{path}").returncode, 0, path)  # opens, but writes nothing
+
+    def test_own_host_name_and_environment(self):
+        self.assertEqual(self.router.shell("hostname"), "router\n")
+        names = {line.partition("=")[0] for line in self.router.shell("env").splitlines()}
+        self.assertLessEqual(names, {"HOME", "OLDPWD", "PATH", "PWD", "SHLVL"})
+
+
+class TwoBoxes(unittest.TestCase):
+    def test_do_not_disturb_each_other(self):
+        one, other = start(self, "heron"), start(self, "finch")
+        self.assertNotEqual(one.url, other.url)
+        self.assertEqual(one.post("/cloud/aerolink/batch_set", {"2g_ssid": "one only"}).response, {})
+        one.shell("touch /tmp/mine; killall -9 rtty zu_bigdata")
+        self.assertEqual(other.get("/cloud/aerolink/batch_get", ["2g_ssid"]).response, {"2g_ssid": "aerolink-5273"})
+        self.assertEqual(other.run("[ -e /tmp/mine ]").returncode, 1)
+        self.assertEqual(other.run("pgrep rtty && pgrep zu_bigdata").returncode, 0)
+        one.stop()
+        self.assertEqual(other.get("/cloud/aerolink/get").result, 0)
+
+
+class Restart(unittest.TestCase):
+    def test_reboot_restarts_the_router(self):
+        router = start(self)
+        router.shell("touch /tmp/gone /etc/kept; uci set system.@system[0].hostname=lost; logger vanishing; sleep 500 &")
+        before = descendants(router.process.pid) - {router.process.pid}
+        boots = router.boots()
+        router.run("reboot")
+        wait_for("the reboot", lambda: router.boots() == boots + 1)
+        self.assertEqual(router.get("/cloud/aerolink/get").result, 0)
+        self.assertFalse(before & descendants(router.process.pid), "a process outlived the reboot")
+        self.assertFalse(router.exists("/tmp/gone"))
+        self.assertTrue(router.exists("/etc/kept"))
+        self.assertEqual(router.shell("uci get system.@system[0].hostname"), "heron\n")
+        self.assertNotIn("vanishing", router.shell("logread"))
+
+    def test_disabled_service_stays_down(self):
+        router = start(self)
+        router.shell("/etc/init.d/zu_mqtt disable")
+        router.run("reboot")
+        wait_for("the reboot", lambda: router.boots() == 2)
+        wait_for("the last service", lambda: ["/etc/init.d/zu_autoupdate", "boot"] in router.journal()[-2:])
+        self.assertEqual(router.run("pgrep -f sbin/zu_mqtt").returncode, 1)
+        self.assertEqual(router.run("pgrep -f sbin/zu_bigdata").returncode, 0)
+
+    def test_api_daemon_comes_back(self):
+        router = start(self)
+        wait_for("the daemon", lambda: router.run("pgrep apid").returncode == 0)
+        router.shell("killall -9 apid")
+        self.assertEqual(router.get("/cloud/aerolink/get").result, 0)
+        self.assertIn("apid ended with status 137, starting it again", router.shell("logread"))
+
+
+class Supervisor(unittest.TestCase):
+    def assert_all_gone(self, processes):
+        wait_for("the end of all processes", lambda: not processes & parents().keys())
+
+    def test_stops_on_signals(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            router = Router("heron")
+            wait_for("the services", lambda: router.run("pgrep rtty").returncode == 0)
+            processes = descendants(router.process.pid)
+            self.assertGreater(len(processes), 8)
+            self.assertEqual(router.stop(number), 0)
+            self.assert_all_gone(processes)
+
+    def test_takes_the_box_along_when_killed(self):
+        router = Router("heron")
+        wait_for("the services", lambda: router.run("pgrep rtty").returncode == 0)
+        processes = descendants(router.process.pid)
+        self.assertEqual(router.stop(signal.SIGKILL), -signal.SIGKILL)
+        self.assert_all_gone(processes)
+
+    def test_state_is_kept_from_run_to_run(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with Router("wren", folder + "/state") as router:
+                router.shell("uci set system.@system[0].hostname=kept && uci commit")
+            with Router("wren", folder + "/state") as router:
+                self.assertEqual(router.shell("uci get system.@system[0].hostname"), "kept\n")
+                self.assertEqual(router.boots(), 2)
+
+    def refusal(self, model, folder):
+        done = subprocess.run([sys.executable, BOX, "run", "--model", model, "--image", IMAGE, "--state", folder],
+                              capture_output=True, text=True, timeout=PATIENCE, check=False)
+        self.assertEqual(done.returncode, 1)
+        return done.stderr
+
+    def test_refuses_a_state_that_is_not_its_own(self):
+        with tempfile.TemporaryDirectory() as folder:
+            state = folder + "/state"
+            with Router("wren", state):
+                self.assertIn("in use by another box", self.refusal("wren", state))
+            self.assertIn("holds a wren, not a heron", self.refusal("heron", state))
+        with tempfile.TemporaryDirectory() as folder:
+            Path(folder, "precious").touch()
+            self.assertIn("neither empty nor a router's state", self.refusal("heron", folder))
+            self.assertEqual(os.listdir(folder), ["precious"])
+
+    def test_commands_need_a_running_box(self):
+        with tempfile.TemporaryDirectory() as folder:
+            done = subprocess.run([sys.executable, BOX, "exec", "--state", folder, "true"],
+                                  capture_output=True, text=True, timeout=PATIENCE, check=False)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("no box runs in", done.stderr)
+
+
+class Guide(unittest.TestCase):
+    def test_printed_lines_work_when_pasted(self):
+        with tempfile.TemporaryDirectory() as folder:
+            command = [sys.executable, BOX, "run", "--model", "heron", "--image", IMAGE, "--state", folder + "/state",
+                       "--port", "0", "--show"]
+            box = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+            text = ""
+            while "until Ctrl-C" not in text:
+                text += box.stdout.readline()
+            lines = re.findall(r"^  (curl (?:.*\\\n)*.*)$", text, re.MULTILINE)
+            self.assertEqual(len(lines), 3)
+            replies = [subprocess.run(["sh", "-c", line], capture_output=True, text=True, check=True).stdout
+                       for line in lines]
+            look = subprocess.run(["sh", "-c", re.search(r"Look inside: *(.*)", text).group(1)],
+                                  capture_output=True, text=True, check=True).stdout
+            shown = ""
+            while "ubus call mqtt notify" not in shown or "log      " not in shown:
+                shown += box.stdout.readline()
+            box.send_signal(signal.SIGINT)
+            self.assertEqual(box.wait(PATIENCE), 0)
+            box.stdout.close()
+        self.assertEqual(replies[0], '{"result":0,"response":{}}')
+        self.assertIn('"2g_ssid":"Harbour Cafe"', replies[1])
+        self.assertIn('"cloud_enable":true', replies[2])
+        self.assertIn("wireless.@wifi-iface[0].ssid='Harbour Cafe'", look)
+
+
+class Run(unittest.TestCase):
+    def run_script(self, *arguments):
+        return subprocess.run([BOX.parents[2] / "run", *arguments], capture_output=True, text=True, timeout=PATIENCE,
+                              check=False)
+
+    def test_lists_the_models(self):
+        listed = self.run_script("--list").stdout.split()
+        self.assertLess({"heron", "falcon", "plover-v2", "wren", "finch", "osprey", "ibis"}, set(listed))
+
+    def test_refuses_what_it_does_not_know(self):
+        for arguments in (["--colour"], ["--model"], ["--model", "penguin"]):
+            done = self.run_script(*arguments)
+            self.assertEqual(done.returncode, 2, shlex.join(arguments))
+            self.assertIn("usage: ./run", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
