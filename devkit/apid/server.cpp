@@ -255,6 +255,8 @@ void server::turn() {
     MHD_socket highest = wakeup_descriptor();
     MHD_get_fdset(daemon_, &readable, &writable, &failed, &highest);
     FD_SET(wakeup_descriptor(), &readable);
+    if (deadlines_.size() >= max_connections)
+        FD_CLR(listener_, &readable); // clients wait in the backlog; the library would turn them away
     const auto wait = std::chrono::microseconds(time_to_wait());
     timeval timeout{.tv_sec = wait / 1s, .tv_usec = (wait % 1s).count()};
     if (select(highest + 1, &readable, &writable, &failed, &timeout) < 0)
