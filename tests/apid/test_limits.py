@@ -166,8 +166,8 @@ class Time(DaemonTest):
         connection = http.client.HTTPConnection(daemon.address, daemon.port, timeout=PATIENCE)
         connection.connect()
         own = connection.sock
-        for _ in range(4):
-            time.sleep(TIMEOUT * 0.4)
+        for _ in range(5):
+            time.sleep(TIMEOUT * 0.3)
             self.assertEqual(ask(connection, "GET", "/test/echo")[0], 200)
         self.assertIs(connection.sock, own, "the connection was not kept")
         connection.close()

@@ -114,6 +114,18 @@ static int child(struct json_object *in, struct json_object *out) {
     return 0;
 }
 
+// Writes to a pipe that nobody reads, which raises SIGPIPE.
+static int broken_pipe(struct json_object *in, struct json_object *out) {
+    (void)in;
+    int ends[2];
+    if (pipe(ends) != 0)
+        return 1;
+    close(ends[0]);
+    add_int(out, "failed", write(ends[1], "x", 1) < 0);
+    close(ends[1]);
+    return 0;
+}
+
 static struct api_entity routes[] = {
     {"/test/echo", "get", echo},
     {"/test/echo_post", "post", echo},
@@ -128,6 +140,7 @@ static struct api_entity routes[] = {
     {"/test/large", "get", large},
     {"/test/bytes", "get", bytes},
     {"/test/child", "get", child},
+    {"/test/broken_pipe", "get", broken_pipe},
 };
 
 struct api_entity *get_api_entity(uint32_t *count) {

@@ -148,7 +148,10 @@ class Replies(DaemonTest):
                 self.assertEqual(daemon.get(f"/test/bytes?hex={given}")[2]["response"], {text: text})
 
 
-class Children(DaemonTest):
+class Signals(DaemonTest):
+    def test_broken_pipe_in_a_handler(self):
+        self.assertEqual(self.daemon().get("/test/broken_pipe")[2], {"result": 0, "response": {"failed": 1}})
+
     def test_commands_inherit_neither_signals_nor_sockets(self):
         daemon = self.daemon()
         lines = daemon.get("/test/child")[2]["response"]["lines"]

@@ -7,7 +7,7 @@ import time
 
 from support import DaemonTest, read_all
 
-SLOW = b"GET /test/slow?ms=800 HTTP/1.1\r\nHost: localhost\r\n\r\n"
+SLOW = b"GET /test/slow?ms=1200 HTTP/1.1\r\nHost: localhost\r\n\r\n"
 POST = b"POST /test/echo_post HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\nContent-Length: 4\r\n\r\n"
 
 
