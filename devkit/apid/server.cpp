@@ -2,19 +2,17 @@
 // thread: no handler can run beside another.
 #include "devkit/apid/server.h"
 
-#include "devkit/apid/access.h"
 #include "devkit/apid/exchange.h"
+#include "devkit/apid/refusal.h"
 #include "devkit/apid/routes.h"
 #include "devkit/apid/signals.h"
 #include "devkit/apid/startup_error.h"
 #include "devkit/apid/text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <map>
 #include <memory>
 #include <microhttpd.h>
-#include <strings.h>
 #include <sys/select.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -23,26 +21,12 @@ namespace apid {
 
 namespace {
 
-constexpr size_t max_body = size_t{1} << 20;
 constexpr size_t max_header = size_t{32} << 10; // request line, header and one piece of body
 constexpr unsigned max_connections = 64;
-constexpr const char *json_type = "application/json";
 
 using clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using namespace std::chrono_literals;
-
-struct reply {
-    unsigned status;
-    std::string body;
-    const char *header = nullptr; // one more header, with its value
-    const char *header_value = nullptr;
-};
-
-// The text is ours and needs no escapes.
-reply error_reply(unsigned status, const char *text) {
-    return {.status = status, .body = std::string(R"({"error":")") + text + "\"}"};
-}
 
 unsigned status_of(int result) {
     switch (result) {
@@ -57,94 +41,6 @@ unsigned status_of(int result) {
     default:
         return MHD_HTTP_INTERNAL_SERVER_ERROR;
     }
-}
-
-struct headers {
-    access_headers access;
-    std::optional<std::string_view> content_type, content_length, expect;
-    bool repeated = false;
-};
-
-MHD_Result note_header(void *to, MHD_ValueKind, const char *key, const char *value) {
-    auto &known = *static_cast<headers *>(to);
-    const std::pair<const char *, std::optional<std::string_view> &> slots[] = {
-        {MHD_HTTP_HEADER_HOST, known.access.host},
-        {MHD_HTTP_HEADER_ORIGIN, known.access.origin},
-        {MHD_HTTP_HEADER_AUTHORIZATION, known.access.authorization},
-        {MHD_HTTP_HEADER_CONTENT_TYPE, known.content_type},
-        {MHD_HTTP_HEADER_CONTENT_LENGTH, known.content_length},
-        {MHD_HTTP_HEADER_EXPECT, known.expect},
-    };
-    for (const auto &[name, slot] : slots) {
-        if (strcasecmp(key, name) == 0) {
-            known.repeated = known.repeated || slot.has_value();
-            slot = value == nullptr ? "" : value;
-        }
-    }
-    return MHD_YES;
-}
-
-headers read_headers(MHD_Connection *connection) {
-    headers known;
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, note_header, &known);
-    return known;
-}
-
-bool is_json(std::optional<std::string_view> content_type) {
-    if (!content_type)
-        return false;
-    const std::string_view type = content_type->substr(0, content_type->find_first_of("; \t"));
-    return type.size() == std::string_view(json_type).size() &&
-           strncasecmp(type.data(), json_type, type.size()) == 0;
-}
-
-bool announces_too_much(std::optional<std::string_view> content_length) {
-    unsigned long long length = 0;
-    if (!content_length)
-        return false;
-    const auto end = content_length->data() + content_length->size();
-    return std::from_chars(content_length->data(), end, length).ec != std::errc() || length > max_body;
-}
-
-int connection_socket(MHD_Connection *connection) {
-    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
-}
-
-std::optional<reply> refuse_access(const headers &known, MHD_Connection *connection,
-                                   const std::string &token) {
-    switch (check_access(known.access, local_endpoint(connection_socket(connection)), token)) {
-    case access::wrong_host:
-        return error_reply(MHD_HTTP_MISDIRECTED_REQUEST, "Host is not this daemon's address");
-    case access::foreign_origin:
-        return error_reply(MHD_HTTP_FORBIDDEN, "requests from other origins are refused");
-    case access::no_token: {
-        reply refused = error_reply(MHD_HTTP_UNAUTHORIZED, "the token is missing or wrong");
-        refused.header = MHD_HTTP_HEADER_WWW_AUTHENTICATE;
-        refused.header_value = "Bearer realm=\"apid\"";
-        return refused;
-    }
-    case access::granted:
-        break;
-    }
-    return std::nullopt;
-}
-
-const reply too_large = error_reply(MHD_HTTP_CONTENT_TOO_LARGE, "the body is larger than 1 MiB");
-
-std::optional<reply> refuse_route(const headers &known, const route *target, std::string_view method) {
-    if (target == nullptr)
-        return error_reply(MHD_HTTP_NOT_FOUND, "no such path");
-    if (target->method != method) {
-        reply refused = error_reply(MHD_HTTP_METHOD_NOT_ALLOWED, "the path has another method");
-        refused.header = MHD_HTTP_HEADER_ALLOW;
-        refused.header_value = target->method.c_str();
-        return refused;
-    }
-    if (target->method == MHD_HTTP_METHOD_POST && !is_json(known.content_type))
-        return error_reply(MHD_HTTP_UNSUPPORTED_MEDIA_TYPE, "the body must be application/json");
-    if (announces_too_much(known.content_length))
-        return too_large;
-    return std::nullopt;
 }
 
 struct query {
@@ -171,7 +67,7 @@ void take_body(request_in_work &request, std::string_view piece) {
     if (request.refusal)
         return;
     if (request.body.size() + piece.size() > max_body) {
-        request.refusal = too_large;
+        request.refusal = refuse_size();
         return;
     }
     request.body.append(piece);
@@ -296,7 +192,7 @@ MHD_Result server::on_request(void *self, MHD_Connection *connection, const char
         request = that.begin(connection, url, method).release();
         *state = request;
         // A client that waits for leave to send its body is told at once.
-        const bool can_refuse_now = request->refusal && read_headers(connection).expect;
+        const bool can_refuse_now = request->refusal && waits_for_leave(connection);
         return can_refuse_now ? send(connection, *request->refusal) : MHD_YES;
     }
     if (*size != 0) {
@@ -330,17 +226,8 @@ std::unique_ptr<request_in_work> server::begin(MHD_Connection *connection, const
                                                const char *method) {
     auto request = std::make_unique<request_in_work>();
     ++requests_in_work_;
-    const headers known = read_headers(connection);
-    if (known.repeated)
-        request->refusal = error_reply(MHD_HTTP_BAD_REQUEST, "a header is there twice");
-    else
-        request->refusal = refuse_access(known, connection, token_);
-    if (request->refusal) {
-        syslog(LOG_NOTICE, "request refused: %s", request->refusal->body.c_str());
-        return request;
-    }
     request->target = find_route(url);
-    request->refusal = refuse_route(known, request->target, method);
+    request->refusal = refuse_request(connection, request->target, method, token_);
     return request;
 }
 
