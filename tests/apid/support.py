@@ -21,8 +21,8 @@ def plugin(name):
 
 def run(*arguments, **options):
     """Runs the daemon with arguments that it should not serve with."""
-    return subprocess.run([*COMMAND, *arguments], capture_output=True, text=True, timeout=PATIENCE, check=False,
-                          **options)
+    return subprocess.run([*COMMAND, *arguments], capture_output=True, text=True, timeout=PATIENCE,
+                          check=False, **options)
 
 
 class Daemon:
@@ -32,8 +32,8 @@ class Daemon:
         command = [*COMMAND, *(["--listen", listen] if listen else [])]
         for file in plugins:
             command += ["--plugin", file]
-        self.process = subprocess.Popen([*command, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                        text=True, **options)
+        self.process = subprocess.Popen([*command, *arguments], stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True, **options)
         self.ready = self.process.stdout.readline()
         if not self.ready.startswith("listening on http://"):
             raise AssertionError(f"daemon did not start: {self.ready} {self.process.communicate()[1]}")

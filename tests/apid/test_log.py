@@ -1,12 +1,11 @@
 """What goes to syslog."""
 
 import os
-import subprocess
 import syslog
 import tempfile
 import unittest
 
-from support import COMMAND, PATIENCE, PLUGINS, TEST_PLUGIN, Daemon
+from support import PLUGINS, TEST_PLUGIN, Daemon, run
 
 RECORDER = os.path.join(PLUGINS, "syslog_recorder.so")
 
@@ -43,8 +42,8 @@ class Log(unittest.TestCase):
         ])
 
     def test_start_errors_are_logged_and_shown(self):
-        done = subprocess.run([*COMMAND, "--plugin", TEST_PLUGIN, "--plugin", "/no/such.so", "--listen", "127.0.0.1:0"],
-                              env=self.environment, capture_output=True, text=True, timeout=PATIENCE, check=False)
+        done = run("--listen", "127.0.0.1:0", "--plugin", TEST_PLUGIN, "--plugin", "/no/such.so",
+                   env=self.environment)
         self.assertEqual(done.returncode, 1)
         (priority, text), = self.lines()
         self.assertEqual(priority, syslog.LOG_ERR)

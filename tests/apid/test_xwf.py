@@ -14,8 +14,8 @@ class Xwf(DaemonTest):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.config = os.path.join(folder.name, "xwf")
-        environment = {**os.environ, "UCI_CONFIG_DIR": folder.name, "UCI_DELTA_DIR": os.path.join(folder.name, "delta")}
-        self.daemon_with_xwf = self.daemon(plugins=[XWF, TEST_PLUGIN], env=environment)
+        folders = {"UCI_CONFIG_DIR": folder.name, "UCI_DELTA_DIR": os.path.join(folder.name, "delta")}
+        self.daemon_with_xwf = self.daemon(plugins=[XWF, TEST_PLUGIN], env={**os.environ, **folders})
 
     def install(self, content=""):
         with open(self.config, "w", encoding="utf-8") as file:
@@ -44,8 +44,9 @@ class Xwf(DaemonTest):
     def test_named(self):
         self.install()
         self.set(SETTINGS)
-        for query, keys in (("?name=xwf_mode", ["xwf_mode"]), ("?name=xwf_url&name=xwf_ssid", ["xwf_ssid", "xwf_url"]),
-                            ("?name=2g_ssid", []), ("?name=", []), ("?name=xwf_mode&name=2g_ssid", ["xwf_mode"])):
+        for query, keys in (("?name=xwf_mode", ["xwf_mode"]), ("?name=xwf_mode&name=2g_ssid", ["xwf_mode"]),
+                            ("?name=xwf_url&name=xwf_ssid", ["xwf_ssid", "xwf_url"]),
+                            ("?name=2g_ssid", []), ("?name=", [])):
             with self.subTest(query=query):
                 self.assertEqual(self.get(query), {key: SETTINGS[key] for key in keys})
 
@@ -69,5 +70,5 @@ class Xwf(DaemonTest):
             with self.subTest(name=name):
                 forward = {"path": "/xwf/batch_get", "name": name, "times": 2}
                 response = self.daemon_with_xwf.post("/test/dispatch", forward)[2]["response"]
-                self.assertEqual(response, {**{key: SETTINGS[key] for key in keys}, "members_before": len(keys),
-                                            "dispatched": 0})
+                settings = {key: SETTINGS[key] for key in keys}
+                self.assertEqual(response, {**settings, "members_before": len(keys), "dispatched": 0})
