@@ -1,6 +1,6 @@
 """Writes the batch vocabulary of docs/batch.md from the tables of the loaded plug-in.
 
-usage: PLAYER=... PLUGIN=... vocabulary.py DOCUMENT    rewrites the generated part of the document
+usage: PLAYER=PLAYER PLUGIN=PLUGIN python3 vocabulary.py DOCUMENT    rewrites the generated part of the document
 """
 import sys
 from pathlib import Path
