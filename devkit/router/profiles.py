@@ -34,6 +34,7 @@ def write(model, etc):
     write_packages(values, etc / "config")
     write_device_facts(values, etc / "device")
     (etc / "shadow").write_text(f"root:{password}:19700:0:99999:7:::\n", encoding="ascii")
+    (etc / "shadow").chmod(0o600)
     enable_services(Path(etc))
 
 

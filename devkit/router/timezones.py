@@ -20,7 +20,7 @@ def posix_rule(name):
 
 
 def write_table(path):
-    """One line a zone; names within other names come first, since readers take the first line that holds a name."""
+    """One line a zone; a name within another comes first, since readers take the first line that holds it."""
     names = sorted(zone_names(), key=lambda name: (len(name), name))
     lines = [f"\t{{ '{name}', '{posix_rule(name)}' }},\n" for name in names]
     path.write_text("TZ = {\n" + "".join(lines) + "}\n", encoding="ascii")

@@ -18,7 +18,13 @@ PATIENCE = 30  # seconds before a test gives up on the router
 
 
 def models():
-    return subprocess.run([sys.executable, BOX, "models"], capture_output=True, text=True, check=True).stdout.split()
+    return run_box("models").stdout.split()
+
+
+def run_box(*arguments):
+    """Runs the box program to its end."""
+    return subprocess.run([sys.executable, BOX, *arguments], capture_output=True, text=True, check=False,
+                          timeout=2 * PATIENCE)
 
 
 def wait_for(what, condition):
@@ -84,8 +90,7 @@ class Router:
 
     def run(self, command):
         """Runs a shell command in the router."""
-        return subprocess.run([sys.executable, BOX, "exec", "--state", self.state, "--timeout", str(PATIENCE), command],
-                              capture_output=True, text=True, check=False)
+        return run_box("exec", "--state", self.state, "--timeout", str(PATIENCE), command)
 
     def shell(self, command):
         """The output of a shell command that must succeed."""
@@ -113,6 +118,10 @@ class Router:
 
     def log(self):
         return self.shell("logread").splitlines()
+
+    def wait_until_booted(self):
+        """For a new router: its updater is the last that boot starts."""
+        wait_for("the boot", lambda: ["zuautoupdater"] in self.journal())
 
     def boots(self):
         return self.journal().count(["boot"])
