@@ -200,6 +200,7 @@ std::string to_line(std::string_view package_name, const change &made) {
 }
 
 delta parse_delta(std::string_view package_name, std::string_view text) {
+    text = text.substr(0, text.rfind('\n') + 1);
     delta result{{}, text.size()};
     lexer source(text);
     try {

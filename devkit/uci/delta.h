@@ -34,6 +34,7 @@ bool apply(package &target, const change &wanted);
 // The delta line with its line end.
 std::string to_line(std::string_view package_name, const change &made);
 
+// Only its line end shows that a line is whole: the beginning of a line can mean something else.
 struct delta {
     std::vector<change> changes; // lines that say nothing or belong to another package are left out
     size_t whole; // the length of the text before a line that was torn off while it was written

@@ -139,9 +139,8 @@ void session::append_text(const std::string &text) const {
     const file out(delta_path_, O_WRONLY | O_CREAT | O_APPEND, 0600);
     if (pending_size_ != delta_text_.size())
         out.truncate(pending_size_);
-    const bool open_line = pending_size_ != 0 && delta_text_[pending_size_ - 1] != '\n';
     try {
-        out.write(open_line ? "\n" + text : text);
+        out.write(text);
     } catch (const error &) {
         out.truncate(pending_size_);
         throw;

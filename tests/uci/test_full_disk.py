@@ -40,14 +40,16 @@ class FullDisk(kit.StoreTest):
             uci set net.x.y=2
             fill /run
             for i in $(seq 1000); do uci set net.x.y="$i $*" 2>/run/fill || break; done
+            before=$(cksum </run/delta/net)
             uci set net.x.z="$*"; echo $?
             uci set net.x.z="$*"; echo $?
+            [ "$(cksum </run/delta/net)" = "$before" ] && echo untouched
             uci get net.x.z; uci changes | grep -c "^net.x.z"
             last=$(uci get net.x.y); [ "$last" = "$((i - 1)) $*" ] || [ "$last" = 2 ] && echo kept
             uci commit; echo $?; [ "$(uci -t none get net.x.y)" = "$last" ] && echo durable
             uci set net.x.z=3; uci get net.x.z
         """), [
-            "1", "1", "0", "kept", "0", "durable", "3",
+            "1", "1", "untouched", "0", "kept", "0", "durable", "3",
             "uci: I/O error (No space left on device)",
             "uci: I/O error (No space left on device)",
             "uci: Entry not found",

@@ -5,7 +5,7 @@ import unittest
 import kit
 
 WRITERS = 4
-CHANGES = 40 if "asan" in kit.UCI else 100
+CHANGES, REPLACEMENTS = (20, 15) if "asan" in kit.UCI else (100, 60)
 
 WRITE = """
 for i in $(seq {changes}); do
@@ -57,7 +57,7 @@ class Writers(kit.StoreTest):
         for number, text in enumerate(texts):
             (self.root / f"text{number}").write_text(text)
         (self.root / "config/big").write_text(texts[0])
-        writer = self.start("""for i in $(seq 60); do
+        writer = self.start(f"""for i in $(seq {REPLACEMENTS}); do
             for n in 0 1; do "$UCI" -c config -t delta import big <text$n || exit 1; done; done""")
         rounds = 0
         while writer.poll() is None:
