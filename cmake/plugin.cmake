@@ -21,8 +21,22 @@ file(GLOB AEROLINK_SOURCES CONFIGURE_DEPENDS
      ${PROJECT_SOURCE_DIR}/plugin/*.cpp ${PROJECT_SOURCE_DIR}/cloud/*.cpp ${PROJECT_SOURCE_DIR}/wifi/*.cpp
      ${PROJECT_SOURCE_DIR}/batch/*.cpp ${PROJECT_SOURCE_DIR}/whiteboard/*.cpp)
 
+# A table row holds three addresses, and a relocation takes 24 bytes for each where addresses have 64 bits. Packed, they
+# take a bit; the device's loader must know that form: glibc from 2.36, musl from 1.2.4.
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,--fatal-warnings -Wl,-z,pack-relative-relocs)
+check_cxx_source_compiles([[
+#include <climits>
+#if !__GLIBC_PREREQ(2, 36)
+#error "the loader is too old"
+#endif
+int main() {}
+]] AEROLINK_CAN_PACK_RELOCATIONS)
+unset(CMAKE_REQUIRED_LINK_OPTIONS)
+option(AEROLINK_PACKED_RELOCATIONS "Pack the plug-in's relocations" ${AEROLINK_CAN_PACK_RELOCATIONS})
+
 # aerolink_add_plugin(TARGET): one build of the plug-in as aerolink.so, against the platform libraries that the
-# targets or libraries named zuutil and zuwificore give.
+# targets named zuutil and zuwificore give.
 function(aerolink_add_plugin target)
     add_library(${target} MODULE ${AEROLINK_SOURCES})
     set_target_properties(${target} PROPERTIES
@@ -36,7 +50,16 @@ function(aerolink_add_plugin target)
                           -Wl,--no-as-needed zuutil zuwificore -Wl,--as-needed)
 endfunction()
 
+# The plug-in that ships: small, and without unwind tables, which nothing on a device reads.
 aerolink_add_plugin(aerolink)
 set_target_properties(aerolink PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
-target_compile_options(aerolink PRIVATE -Os)
+target_compile_options(aerolink PRIVATE -Os -fno-asynchronous-unwind-tables -fno-unwind-tables)
 target_compile_definitions(aerolink PRIVATE _FORTIFY_SOURCE=2)
+target_link_options(aerolink PRIVATE -Wl,-z,noseparate-code
+                    $<$<BOOL:${AEROLINK_PACKED_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>)
+
+set(AEROLINK_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/aerolink CACHE STRING "Folder that the daemon loads its plug-ins from")
+install(TARGETS aerolink LIBRARY DESTINATION ${AEROLINK_PLUGIN_DIR} COMPONENT plugin)
+install(FILES plugin/aerolink.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/aerolink/plugin COMPONENT headers)
+install(FILES platform/host.h platform/zuutil.h platform/zuwificore.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/aerolink/platform COMPONENT headers)

@@ -1,0 +1,4 @@
+# 64-bit ARM.
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(AEROLINK_TRIPLET aarch64-linux-gnu)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)
