@@ -1,13 +1,15 @@
 // Preloaded into a program: lets the FAULT_CALL-th call that changes a file fail with FAULT_ERRNO, or ends
-// the program in its place when that is 0. Creates the file FAULT_SEEN when that comes to pass. Counts calls
-// on files beyond standard error only.
+// the program in its place when that is 0, and writes the call's name to the file FAULT_SEEN. Counts calls on
+// files beyond standard error only.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -16,11 +18,13 @@ static int number_from(const char *variable) {
     return text == NULL ? -1 : atoi(text);
 }
 
-static int fails(void) {
+static int fails(const char *name) {
     static int calls = 0;
     if (++calls != number_from("FAULT_CALL"))
         return 0;
-    close(creat(getenv("FAULT_SEEN"), 0600));
+    const int seen = creat(getenv("FAULT_SEEN"), 0600);
+    syscall(SYS_write, seen, name, strlen(name));
+    close(seen);
     const int number = number_from("FAULT_ERRNO");
     if (number == 0)
         raise(SIGKILL);
@@ -32,17 +36,19 @@ static int fails(void) {
 
 ssize_t write(int descriptor, const void *data, size_t size) {
     // Half of the data goes out before a program is ended or a disk is full.
-    if (descriptor > STDERR_FILENO && fails())
+    if (descriptor > STDERR_FILENO && fails("write"))
         return -1;
     return REAL(write)(descriptor, data, descriptor > STDERR_FILENO && size > 1 ? size / 2 : size);
 }
 
-int fsync(int descriptor) { return fails() ? -1 : REAL(fsync)(descriptor); }
+int fsync(int descriptor) { return fails("fsync") ? -1 : REAL(fsync)(descriptor); }
 
-int fchmod(int descriptor, mode_t mode) { return fails() ? -1 : REAL(fchmod)(descriptor, mode); }
+int fchmod(int descriptor, mode_t mode) { return fails("fchmod") ? -1 : REAL(fchmod)(descriptor, mode); }
 
-int ftruncate(int descriptor, off_t length) { return fails() ? -1 : REAL(ftruncate)(descriptor, length); }
+int ftruncate(int descriptor, off_t length) {
+    return fails("ftruncate") ? -1 : REAL(ftruncate)(descriptor, length);
+}
 
-int rename(const char *from, const char *to) { return fails() ? -1 : REAL(rename)(from, to); }
+int rename(const char *from, const char *to) { return fails("rename") ? -1 : REAL(rename)(from, to); }
 
-int mkostemp(char *path, int flags) { return fails() ? -1 : REAL(mkostemp)(path, flags); }
+int mkostemp(char *path, int flags) { return fails("mkostemp") ? -1 : REAL(mkostemp)(path, flags); }

@@ -28,7 +28,7 @@ COMMANDS = [
     (["delete", "net.wan.domain"], ""),  # the first half of its line would delete the section
     (["set", "net.wan.text=" + "long " * 2000], ""),
     (["revert", "net"], ""),
-    (["revert", "net.wan.dns"], ""),
+    (["revert", "net.wan.domain"], ""),
     (["import", "net"], "config other a\n\toption b c\n"),
 ]
 
@@ -65,7 +65,7 @@ class Faults(kit.StoreTest):
         self.assertEqual(os.listdir(self.root / "config"), ["net"])
 
     def each_step(self, number, check):
-        """Calls check(process, view before, view after) with a fault at the first call, at the second, and so on."""
+        """Calls check(process, system call, view before, view after) with a fault at the first call, the second..."""
         steps = 0
         for words, stdin in COMMANDS:
             self.start_afresh()
@@ -78,14 +78,28 @@ class Faults(kit.StoreTest):
                 if not self.seen.exists():
                     self.assertEqual(done.returncode, 0)
                     break
+                name = self.seen.read_text()
                 self.seen.unlink()
                 steps += 1
-                with self.subTest(command=words, call=call):
-                    check(done, before, after)
+                with self.subTest(command=words, call=call, name=name):
+                    check(done, name, before, after)
         self.assertGreater(steps, 40)
 
+    def test_order_of_a_commit(self):
+        """The new file is on the disk before it is in place, and in place before the delta is emptied."""
+        names = []
+        for call in itertools.count(1):
+            self.start_afresh()
+            self.run_with_fault(["commit"], "", call, errno.EIO)
+            if not self.seen.exists():
+                break
+            names.append(self.seen.read_text())
+            self.seen.unlink()
+        self.assertEqual([name for name, _ in itertools.groupby(names)], [
+            "mkostemp", "write", "fchmod", "fsync", "write", "rename", "fsync", "ftruncate"])
+
     def test_killed(self):
-        def check(done, before, after):
+        def check(done, _, before, after):
             self.assertEqual(done.returncode, -signal.SIGKILL)
             view = self.view()
             self.assertIn(view, (before, after))
@@ -94,9 +108,11 @@ class Faults(kit.StoreTest):
         self.each_step(0, check)
 
     def test_failed_call(self):
-        def check(done, before, after):
+        def check(done, name, before, after):
             view = self.view()
             if done.returncode == 0:
+                # The one call that a commit can do without: it only guards against being killed later on.
+                self.assertEqual((done.args[-1], name), ("commit", "write"))
                 self.assertEqual(view, after)
             else:
                 self.assertEqual(done.returncode, 1)
