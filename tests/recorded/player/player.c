@@ -1,5 +1,7 @@
-// Plays one case file against the plug-in: player PLUGIN CASE. Prints the same case with the actual outcome.
-// Status 0 when it was played, 2 when the case or the plug-in is refused.
+// Plays case files against the plug-in.
+// player PLUGIN CASE prints the same case with the actual outcome; status 0 when it was played, 2 when the
+// case or the plug-in is refused. player PLUGIN --into FOLDER CASE... plays each case in a process of its
+// own, prints that one's status, and writes what it prints to FOLDER/1, FOLDER/2, ...
 #include "tests/recorded/player/call.h"
 #include "tests/recorded/player/text.h"
 #include "tests/recorded/player/world.h"
@@ -12,6 +14,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 enum section { section_none, section_input, section_call, section_outcome };
@@ -206,16 +209,49 @@ static void play(const struct text *content) {
     }
 }
 
+static void play_file(const char *path) {
+    case_path = path;
+    struct text content = read_file(path);
+    play(&content);
+    text_free(&content);
+}
+
+// Plays the case in a child of its own, which finds the plug-in as it was loaded; its status. What the child
+// prints goes to the file FOLDER/NUMBER.
+static int play_in_child(const char *folder, int number, const char *path) {
+    pid_t child = fork();
+    if (child == 0) {
+        struct text outcome = {0};
+        text_format(&outcome, "%s/%d", folder, number);
+        if (!freopen(text_string(&outcome), "w", stdout)) {
+            refuse("%s: %s", text_string(&outcome), strerror(errno));
+        }
+        text_free(&outcome);
+        play_file(path);
+        exit(0);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+        refuse("%s", strerror(errno));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 int main(int argc, char **argv) {
-    if (argc != 3) {
-        fputs("usage: player PLUGIN CASE\n", stderr);
+    const bool several = argc > 4 && strcmp(argv[2], "--into") == 0;
+    if (!several && argc != 3) {
+        fputs("usage: player PLUGIN CASE | player PLUGIN --into FOLDER CASE...\n", stderr);
         return 2;
     }
     setvbuf(stdout, NULL, _IOLBF, 0); // what was printed before a crash stays
-    case_path = argv[2];
-    struct text content = read_file(argv[2]);
     call_load_plugin(argv[1]);
-    play(&content);
-    text_free(&content);
+    if (!several) {
+        play_file(argv[2]);
+        return 0;
+    }
+    for (int i = 4; i < argc; i++) {
+        printf("%d\n", play_in_child(argv[3], i - 3, argv[i]));
+        fflush(stdout);
+    }
     return 0;
 }
