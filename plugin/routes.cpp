@@ -1,7 +1,7 @@
 // The route table, and the integers that handlers share from one request to the next.
 #include "plugin/aerolink.h"
 
-#include <iterator>
+#include <span>
 
 int batch_status = 1;
 int xwf_enable_flag = 0;
