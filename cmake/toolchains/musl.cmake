@@ -12,6 +12,8 @@ set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT} '-D__GLIBC_PREREQ(major,minor)=0
 foreach(folder ${AEROLINK_CXX_HEADERS})
     string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem ${folder}")
 endforeach()
+# Programs find json-c where it lies.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-rpath,${AEROLINK_SYSROOT}/lib")
 
 set(CMAKE_STRIP ${AEROLINK_TRIPLET}-strip)
 set(CMAKE_READELF ${AEROLINK_TRIPLET}-readelf)
