@@ -14,8 +14,8 @@ constexpr size_t rewritten_size = 2048;
 // The rewritten pattern as it grows. Once it does not fit it never does again.
 struct rewritten {
     char text[rewritten_size];
-    size_t length;
-    bool fits;
+    size_t length = 0;
+    bool fits = true;
 };
 
 void append(rewritten &out, const char *text, size_t length) {
@@ -243,7 +243,8 @@ bool rewrite(const char *pattern, rewritten &out) {
 } // namespace
 
 int regex_exe(const char *pattern, const char *text) {
-    rewritten translated = {.text = "", .length = 0, .fits = true};
+    rewritten translated;
+    translated.text[0] = '\0'; // the rest stays as it is: an initial value would take 2 KiB of the plug-in
     if (!pattern || !text || !rewrite(pattern, translated))
         return -1;
     regex_t compiled;
