@@ -45,17 +45,21 @@ function(aerolink_add_plugin target)
     target_compile_definitions(${target} PRIVATE ${AEROLINK_HOSTS})
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
                            -ffunction-sections -fdata-sections -fstack-protector-strong)
-    target_link_options(${target} PRIVATE -Wl,--gc-sections -Wl,-z,relro,-z,now -Wl,-z,noexecstack)
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,--gc-sections -Wl,-z,relro,-z,now
+                        -Wl,-z,noexecstack)
     target_link_libraries(${target} PRIVATE aerolink_warnings PkgConfig::JSONC crypt
                           -Wl,--no-as-needed zuutil zuwificore -Wl,--as-needed)
 endfunction()
 
-# The plug-in that ships: small, and without unwind tables, which nothing on a device reads.
+set(AEROLINK_PAGE_SIZE 4096 CACHE STRING "Largest page size of the kernels that the plug-in runs on, in bytes")
+
+# The plug-in that ships: small, without unwind tables, which nothing on a device reads, and without the C library's
+# start files, as nothing in it runs at load or unload.
 aerolink_add_plugin(aerolink)
 set_target_properties(aerolink PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 target_compile_options(aerolink PRIVATE -Os -fno-asynchronous-unwind-tables -fno-unwind-tables)
 target_compile_definitions(aerolink PRIVATE _FORTIFY_SOURCE=2)
-target_link_options(aerolink PRIVATE -Wl,-z,noseparate-code
+target_link_options(aerolink PRIVATE -nostartfiles -Wl,-z,noseparate-code -Wl,-z,max-page-size=${AEROLINK_PAGE_SIZE}
                     $<$<BOOL:${AEROLINK_PACKED_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>)
 
 set(AEROLINK_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/aerolink CACHE STRING "Folder that the daemon loads its plug-ins from")
