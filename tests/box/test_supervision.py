@@ -8,6 +8,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -72,7 +73,7 @@ class Isolation(unittest.TestCase):
         inside, outside, count = self.router.shell("cat /proc/self/uid_map").split()
         self.assertEqual((inside, count), ("0", "1"))
         self.assertNotEqual(outside, "0")
-        for path in ("/proc/sys/kernel/core_pattern", "/proc/sysrq-trigger", "/usr/sbin/apid"):
+        for path in ("/proc/sys/kernel/core_pattern", "/proc/sysrq-trigger", "/usr/bin/wget"):
             # This would open the file, but write nothing.
             self.assertNotEqual(self.router.run(f": >>{path}").returncode, 0, path)
 
@@ -139,6 +140,16 @@ class Supervisor(unittest.TestCase):
             processes = descendants(router.process.pid)
             self.assertGreater(len(processes), 8)
             self.assertEqual(router.stop(number), 0)
+            self.assert_all_gone(processes)
+
+    def test_leaves_nothing_when_stopped_early(self):
+        for delay in range(0, 60, 4):
+            router = Router("heron")
+            processes = set()
+            deadline = time.monotonic() + delay / 1000
+            while time.monotonic() < deadline:
+                processes |= descendants(router.process.pid)
+            self.assertEqual(router.stop(), 0, f"{delay} ms")
             self.assert_all_gone(processes)
 
     def test_takes_the_box_along_when_killed(self):
