@@ -57,8 +57,8 @@ set(AEROLINK_PAGE_SIZE 4096 CACHE STRING "Largest page size of the kernels that 
 # start files, as nothing in it runs at load or unload.
 aerolink_add_plugin(aerolink)
 set_target_properties(aerolink PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
-target_compile_options(aerolink PRIVATE -Os -fno-asynchronous-unwind-tables -fno-unwind-tables)
-target_compile_definitions(aerolink PRIVATE _FORTIFY_SOURCE=2)
+target_compile_options(aerolink PRIVATE -Os -fno-asynchronous-unwind-tables -fno-unwind-tables
+                       -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 target_link_options(aerolink PRIVATE -nostartfiles -Wl,-z,noseparate-code -Wl,-z,max-page-size=${AEROLINK_PAGE_SIZE}
                     $<$<BOOL:${AEROLINK_PACKED_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>)
 
