@@ -2,6 +2,9 @@
 # AEROLINK_MUSL (the folder of its C library), AEROLINK_CXX_HEADERS and CMAKE_SYSTEM_PROCESSOR.
 set(CMAKE_SYSTEM_NAME Linux)
 cmake_path(SET AEROLINK_SYSROOT NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../../build/targets/sysroot/${AEROLINK_MUSL})
+if(NOT EXISTS ${AEROLINK_SYSROOT}/lib/musl-gcc.specs)
+    message(FATAL_ERROR "There is no C library in ${AEROLINK_SYSROOT}: devkit/targets ${AEROLINK_MUSL} builds it")
+endif()
 
 # C++ with the C driver: what g++ adds at link time belongs to another C library.
 set(CMAKE_C_COMPILER ${AEROLINK_TRIPLET}-gcc)
