@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <cwctype>
+#include <locale.h>
 #include <regex.h>
 
 namespace {
@@ -151,10 +152,13 @@ bool add_named(ascii_set &set, const char *text, const char *end) {
     return true;
 }
 
-void add_range(ascii_set &set, char first, char last) {
+// False for a range that runs backwards.
+bool add_range(ascii_set &set, char first, char last) {
+    const unsigned begin = static_cast<unsigned char>(first);
     const unsigned end = static_cast<unsigned char>(last);
-    for (unsigned c = static_cast<unsigned char>(first); c <= end && c < ascii_end; ++c)
+    for (unsigned c = begin; c <= end && c < ascii_end; ++c)
         set.has[c] = true;
+    return begin <= end;
 }
 
 bool collect(const bracket &source, ascii_set &set) {
@@ -169,7 +173,8 @@ bool collect(const bracket &source, ascii_set &set) {
         } else if (at[0] == '\\' && at[1] == '/') {
             ++at; // the slash follows by itself
         } else if (at + 2 < source.end && at[1] == '-') {
-            add_range(set, at[0], at[2]);
+            if (!add_range(set, at[0], at[2]))
+                return false;
             at += 3;
         } else {
             add_range(set, at[0], at[0]);
@@ -179,23 +184,24 @@ bool collect(const bracket &source, ascii_set &set) {
     return true;
 }
 
-// A bracket expression with a negated class lists every character beyond ASCII and all ASCII punctuation. So
-// what it leaves out is a list of plain ASCII characters: an inverted expression is that list, any other the
-// list inverted.
+// A bracket expression with a negated class lists every character beyond ASCII. So what it leaves out is a
+// list of ASCII letters, digits, spaces and underscores: an inverted expression is that list, any other the
+// list inverted. Either way it matches no line feed.
 bool rewrite_negated_bracket(const bracket &source, rewritten &out) {
     ascii_set listed = {};
     if (!collect(source, listed))
         return false;
+    listed.has['\n'] = source.inverted;
     char left_out[ascii_end];
     size_t length = 0;
     for (unsigned c = 1; c < ascii_end; ++c)
         if (!listed.has[c])
             left_out[length++] = static_cast<char>(c);
-    if (source.inverted && length == 0) {
+    if (length == 0) {
         append(out, "($.)"); // nothing is left that could match
         return true;
     }
-    append(out, source.inverted ? "[" : "[^\n"); // an inverted list never matches a line feed anyway
+    append(out, source.inverted ? "[" : "[^");
     append(out, left_out, length);
     append(out, ']');
     return true;
@@ -240,9 +246,7 @@ bool rewrite(const char *pattern, rewritten &out) {
     return out.fits;
 }
 
-} // namespace
-
-int regex_exe(const char *pattern, const char *text) {
+int match(const char *pattern, const char *text) {
     rewritten translated;
     translated.text[0] = '\0'; // the rest stays as it is: an initial value would take 2 KiB of the plug-in
     if (!pattern || !text || !rewrite(pattern, translated))
@@ -253,4 +257,14 @@ int regex_exe(const char *pattern, const char *text) {
     const int result = regexec(&compiled, text, 0, nullptr, 0);
     regfree(&compiled);
     return result == 0 ? 1 : result == REG_NOMATCH ? 0 : -1;
+}
+
+} // namespace
+
+int regex_exe(const char *pattern, const char *text) {
+    // Characters are bytes, whatever locale the daemon has chosen.
+    const locale_t daemon_locale = uselocale(newlocale(LC_ALL_MASK, "C", nullptr));
+    const int result = match(pattern, text);
+    uselocale(daemon_locale);
+    return result;
 }

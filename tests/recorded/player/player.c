@@ -10,6 +10,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <json-c/json.h>
+#include <locale.h>
 #include <stdbool.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -244,6 +245,7 @@ int main(int argc, char **argv) {
         return 2;
     }
     setvbuf(stdout, NULL, _IOLBF, 0); // what was printed before a crash stays
+    setlocale(LC_ALL, "C.UTF-8");     // as a daemon may; the plug-in counts bytes all the same
     call_load_plugin(argv[1]);
     if (!several) {
         play_file(argv[2]);
