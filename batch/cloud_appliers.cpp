@@ -114,13 +114,13 @@ constexpr applier cloud_applier(std::span<batch_entry> table, std::span<const ba
 
 // --- The appliers --------------------------------------------------------------------------------
 
-//                                       table              bandwidth                   always          first time         stored
-constexpr applier finch  = cloud_applier(batch_list_finch,  single_bandwidth,           zone_and_guest, single_first_time, lan);
-constexpr applier ardea  = cloud_applier(batch_list_ardea,  ardea_and_falcon_bandwidth, zone_committed, dual_first_time,   lan_twice_and_bandwidth_done);
-constexpr applier mt76x8 = cloud_applier(batch_list_mt76x8, mt76x8_bandwidth,           zone,           mt76x8_first_time, {});
-constexpr applier mt7615 = cloud_applier(batch_list_mt7615, mt7615_bandwidth,           zone,           dual_first_time,   bandwidth_done);
-constexpr applier single = cloud_applier(batch_list2,       single_bandwidth,           zone_and_guest, single_first_time, {});
-constexpr applier dual   = cloud_applier(batch_list1,       dual_bandwidth,             zone_and_guest, dual_first_time,   {});
+//                                           table              bandwidth                   always          first time         stored
+constexpr applier finch      = cloud_applier(batch_list_finch,  single_bandwidth,           zone_and_guest, single_first_time, lan);
+constexpr applier ardea      = cloud_applier(batch_list_ardea,  ardea_and_falcon_bandwidth, zone_committed, dual_first_time,   lan_twice_and_bandwidth_done);
+constexpr applier mt76x8     = cloud_applier(batch_list_mt76x8, mt76x8_bandwidth,           zone,           mt76x8_first_time, {});
+constexpr applier mt7615     = cloud_applier(batch_list_mt7615, mt7615_bandwidth,           zone,           dual_first_time,   bandwidth_done);
+constexpr applier one_radio  = cloud_applier(batch_list2,       single_bandwidth,           zone_and_guest, single_first_time, {});
+constexpr applier two_radios = cloud_applier(batch_list1,       dual_bandwidth,             zone_and_guest, dual_first_time,   {});
 
 // clang-format on
 
@@ -136,7 +136,6 @@ int batch_set_mt(json_object *in, json_object *out) { return apply_and_commit(mt
 
 int batch_set_mt7615(json_object *in, json_object *out) { return apply_and_commit(mt7615, in, out, nullptr); }
 
-int batch_set_default(json_object *in, json_object *out, zuci2_context *ctx, const char *model,
-                      int dual_radio) {
-    return apply_rows(dual_radio ? dual : single, in, out, ctx, model);
+int batch_set_default(json_object *in, json_object *out, zuci2_context *ctx, const char *model, int dual) {
+    return apply_rows(dual ? two_radios : one_radio, in, out, ctx, model);
 }

@@ -11,17 +11,17 @@ constexpr size_t reboot_flag_limit = 100; // characters
 // The flag goes to a file and into batch_status, never into UCI.
 bool set_reboot_flag(const row_step &step) {
     char command[128];
-    if (strlen(step.value) > reboot_flag_limit ||
-        !format(command, "echo \"%s\" >/tmp/reboot_flag", step.value))
+    if (strlen(step.row->value) > reboot_flag_limit ||
+        !format(command, "echo \"%s\" >/tmp/reboot_flag", step.row->value))
         return false;
     run(command);
-    batch_status = equal(step.value, "1") ? 0 : 1;
+    batch_status = equal(step.row->value, "1") ? 0 : 1;
     return true;
 }
 
 // A flag that is too long asks for no reboot.
 void refuse(const row_step &step) {
-    if (equal(step.key, "reboot_flag"))
+    if (equal(step.row->json_key, "reboot_flag"))
         batch_status = 1;
     log_refusal(step);
 }

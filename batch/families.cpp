@@ -2,17 +2,17 @@
 #include "batch/families.h"
 
 #include "batch/models.h"
-#include "plugin/text.h"
+#include "plugin/uci.h"
 
 namespace {
 
 // clang-format off
 constexpr family named_families[] = {
-    // models       table              zero when empty     applier
-    {ardea_models,  batch_list_ardea,  two_radio_switches, batch_set_heron},
-    {mt76x8_models, batch_list_mt76x8, one_radio_switches, batch_set_mt},
-    {mt7615_models, batch_list_mt7615, two_radio_switches, batch_set_mt7615},
-    {finch_models,  batch_list_finch,  one_radio_switches, batch_set_finch},
+    // models       table              radios  zero when empty  applier
+    {ardea_models,  batch_list_ardea,  2,      two_radio_flags, batch_set_heron},
+    {mt76x8_models, batch_list_mt76x8, 1,      one_radio_flags, batch_set_mt},
+    {mt7615_models, batch_list_mt7615, 2,      two_radio_flags, batch_set_mt7615},
+    {finch_models,  batch_list_finch,  1,      one_radio_flags, batch_set_finch},
 };
 // clang-format on
 
@@ -20,8 +20,8 @@ constexpr family named_families[] = {
 
 const family_list cloud_families = {
     .named = named_families,
-    .one_radio = {{}, batch_list2, one_radio_switches, nullptr},
-    .two_radios = {{}, batch_list1, two_radio_switches, nullptr},
+    .one_radio = {{}, batch_list2, 1, one_radio_flags, nullptr},
+    .two_radios = {{}, batch_list1, 2, two_radio_flags, nullptr},
 };
 
 const family &family_of(const family_list &families, const char *model, zuci2_context *ctx) {

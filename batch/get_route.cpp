@@ -3,21 +3,23 @@
 #include "plugin/text.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <syslog.h>
 
 namespace {
 
 constexpr size_t swapped_key_size = 128;
 
-// A copy of the key with the other band's digit; the table owns it for the rest of the process.
-void swap_band(batch_entry &row, const char *from, char to) {
-    if (strncmp(row.json_key, from, strlen(from)) != 0)
+// Gives the row the other band's key: a copy that the table owns for the rest of the process.
+void swap_band(batch_entry &row) {
+    const bool is_2g = strncmp(row.json_key, "2g_", 3) == 0;
+    if (!is_2g && strncmp(row.json_key, "5g_", 3) != 0)
         return;
     char *swapped = static_cast<char *>(calloc(1, swapped_key_size));
     if (!swapped)
         return;
     copy_cut(swapped, swapped_key_size, row.json_key);
-    swapped[0] = to;
+    swapped[0] = is_2g ? '5' : '2';
     row.json_key = swapped;
 }
 
@@ -28,12 +30,8 @@ void swap_falcon_bands(const char *model) {
         return;
     falcon_2g_5g_swap_done = 1;
     syslog(LOG_INFO, "swap falcon 2g 5g alias\n\n\n");
-    for (batch_entry &row : batch_list_ardea) {
-        if (row.json_key[0] == '2')
-            swap_band(row, "2g_", '5');
-        else
-            swap_band(row, "5g_", '2');
-    }
+    for (batch_entry &row : batch_list_ardea)
+        swap_band(row);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "plugin/text.h"
 #include "plugin/uci.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr size_t code_size = 8;

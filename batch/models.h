@@ -1,7 +1,7 @@
 // The models that share a table or a rule.
 #pragma once
 
-#include "batch/rows.h"
+#include "batch/names.h"
 
 inline constexpr name_list any_model = {};
 inline constexpr const char *ardea_models[] = {"heron", "egret", "crane", "stork", "falcon"};

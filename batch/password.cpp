@@ -17,9 +17,8 @@ constexpr size_t digest_size = 65; // 64 hexadecimal digits and the NUL
 // The digest that is stored: SHA-256 over the MD5-crypt hash without its "$1$salt$", salted with the device's
 // own service code.
 bool make_digest(const char *password, char (&digest)[digest_size]) {
-    const char *code = get_service_code();
     char salt[salt_length + 1];
-    copy_cut(salt, sizeof salt, code ? code : "");
+    copy_cut(salt, sizeof salt, get_service_code());
     char setting[32];
     if (!format(setting, "$1$%s$", salt))
         return false;

@@ -4,11 +4,14 @@
 #include "platform/zuutil.h"
 #include "plugin/command.h"
 #include "plugin/text.h"
+#include "plugin/uci.h"
 
+#include <iterator>
 #include <json-c/json.h>
 
 namespace {
 
+constexpr size_t value_size = 512;
 constexpr size_t quoted_key_size = 128;
 constexpr size_t reboot_flag_size = 16;
 

@@ -7,7 +7,7 @@
 #include "plugin/log.h"
 #include "plugin/text.h"
 
-#include <json-c/json.h>
+#include <cstring>
 
 namespace {
 
@@ -28,14 +28,14 @@ const key_rule *find_rule(const key_rules &rules, const char *key) {
 
 // Runs the rule of the row's key, or else `otherwise`; nothing when both are missing.
 bool run_rule(const key_rules &rules, row_rule otherwise, row_step &step) {
-    step.rule = find_rule(rules, step.key);
+    step.rule = find_rule(rules, step.row->json_key);
     const row_rule chosen = step.rule ? step.rule->apply : otherwise;
     return !chosen || chosen(step);
 }
 
 bool write_first_time(const row_step &step) {
     for (const first_time_key &candidate : step.device->first_time)
-        if (equal(step.key, candidate.key) && is_for(candidate.models, step))
+        if (equal(step.row->json_key, candidate.key) && is_for(candidate.models, step))
             return write_row(step);
     return true;
 }
@@ -45,39 +45,31 @@ bool decide_write(row_step &step, const char *current) {
     const applier &device = *step.device;
     if (current[0] == '\0')
         return write_first_time(step);
-    if (step.pattern)
+    if (step.row->pattern)
         return !device.checked || device.checked(step);
     return run_rule(device.stored, device.otherwise, step);
 }
 
 void apply_row(row_step &step, const char *current) {
     const applier &device = *step.device;
-    if (strlen(step.value) >= value_size || !run_rule(device.always, nullptr, step) ||
+    if (strlen(step.row->value) >= value_size || !run_rule(device.always, nullptr, step) ||
         !decide_write(step, current))
         device.refuse(step);
-    else if (lists(device.written_anyway, step.key))
+    else if (lists(device.written_anyway, step.row->json_key))
         write_row(step);
 }
 
 } // namespace
 
-bool lists(const name_list &names, const char *name) {
-    for (const char *candidate : names)
-        if (equal(name, candidate))
-            return true;
-    return false;
-}
-
 int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_context *ctx,
                const char *model) {
-    for (size_t index = 0; index < device.table.size(); ++index) {
-        batch_entry &row = device.table[index];
+    for (batch_entry &row : device.table) {
         row.value = zjson_get_string(in, row.json_key);
         char current[value_size];
         read_option(ctx, row.uci_path, current);
         if (row.value) {
-            row_step step = {&device,      ctx,       out,         model, row.uci_path,
-                             row.json_key, row.value, row.pattern, index, nullptr};
+            row_step step = {
+                .device = &device, .ctx = ctx, .out = out, .model = model, .row = &row, .rule = nullptr};
             apply_row(step, current);
         }
         row.value = nullptr;
@@ -95,7 +87,7 @@ int apply_and_commit(const applier &device, json_object *in, json_object *out, c
 }
 
 bool write_row(const row_step &step) {
-    set_option(step.ctx, step.path, step.value);
+    set_option(step.ctx, step.row->uci_path, step.row->value);
     return true;
 }
 
@@ -104,14 +96,14 @@ bool write_unless_repeater(const row_step &step) {
 }
 
 bool write_lan_ip(const row_step &step) {
-    set_option(step.ctx, step.path, step.value);
-    set_option(step.ctx, "dhcp.localhost.ip", step.value);
+    set_option(step.ctx, step.row->uci_path, step.row->value);
+    set_option(step.ctx, "dhcp.localhost.ip", step.row->value);
     return true;
 }
 
 bool write_guest_lan_ip(const row_step &step) {
-    set_option(step.ctx, step.path, step.value);
-    syslog(LOG_INFO, "set guest lan ip =%s\n", step.value);
+    set_option(step.ctx, step.row->uci_path, step.row->value);
+    syslog(LOG_INFO, "set guest lan ip =%s\n", step.row->value);
     return true;
 }
 
@@ -119,11 +111,11 @@ bool set_bandwidth(const row_step &step) {
     if (wifi_check_repeater_is_connected() != 0)
         return true;
     for (const bandwidth_rule &rule : step.device->bandwidth) {
-        if (!equal(step.key, rule.key) || !is_for(rule.models, step))
+        if (!equal(step.row->json_key, rule.key) || !is_for(rule.models, step))
             continue;
         for (const bandwidth_write &write : rule.writes)
-            set_option(step.ctx, write.path ? write.path : step.path,
-                       write.made ? write.made(step.value) : write.fixed);
+            set_option(step.ctx, write.path ? write.path : step.row->uci_path,
+                       write.made ? write.made(step.row->value) : write.fixed);
         return true;
     }
     return true;
@@ -131,17 +123,16 @@ bool set_bandwidth(const row_step &step) {
 
 bool set_time_zone(const row_step &step) {
     char escaped[2 * value_size] = "";
-    increase_escape_function(step.value, escaped, static_cast<int>(strlen(step.value)));
+    increase_escape_function(step.row->value, escaped, static_cast<int>(strlen(step.row->value)));
     char command[time_zone_command_size];
     if (!format(command, "grep \"%s\" /usr/share/zoneinfo/tzdata.lua |awk -F\"'\" '{print $4}'", escaped))
         return false;
     char posix_rule[time_zone_size];
     read_uci_line(command, posix_rule);
-    set_option(step.ctx, "system.@system[0].zonename", step.value);
+    set_option(step.ctx, "system.@system[0].zonename", step.row->value);
     set_option(step.ctx, "system.@system[0].timezone", posix_rule);
-    if (!format(command, "echo \"%s\" >/tmp/TZ", posix_rule))
-        return false;
-    run(command);
+    if (format(command, "echo \"%s\" >/tmp/TZ", posix_rule))
+        run(command);
     return true;
 }
 
@@ -153,21 +144,21 @@ bool set_time_zone_and_commit(const row_step &step) {
 }
 
 bool set_txpower(const row_step &step) {
-    txpower_max_set(step.key, step.value, step.path);
+    txpower_max_set(step.row->json_key, step.row->value, step.row->uci_path);
     return true;
 }
 
 bool set_password(const row_step &step) {
-    batch_set_pwd(step.value); // a refused password is not reported
+    batch_set_pwd(step.row->value); // a refused password is not reported
     return true;
 }
 
 bool leave_alone(const row_step &) { return true; }
 
-bool is_valid(const row_step &step, const char *text) { return regex_exe(step.pattern, text) == 1; }
+bool is_valid(const row_step &step, const char *text) { return regex_exe(step.row->pattern, text) == 1; }
 
 bool write_when_valid(const row_step &step) {
-    if (!is_valid(step, step.value)) {
+    if (!is_valid(step, step.row->value)) {
         answer_set_false(step);
         return true;
     }
@@ -175,9 +166,9 @@ bool write_when_valid(const row_step &step) {
 }
 
 bool write_valid(const row_step &step) {
-    return equal(step.key, "lan_ip") ? write_lan_ip(step) : write_row(step);
+    return equal(step.row->json_key, "lan_ip") ? write_lan_ip(step) : write_row(step);
 }
 
-void answer_set_false(const row_step &step) { zjson_add_string(step.out, step.key, "set false"); }
+void answer_set_false(const row_step &step) { zjson_add_string(step.out, step.row->json_key, "set false"); }
 
-void log_refusal(const row_step &step) { log_too_long(step.key); }
+void log_refusal(const row_step &step) { log_too_long(step.row->json_key); }

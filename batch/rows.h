@@ -2,14 +2,11 @@
 // `applier` as data and small named rules; the walk asks neither for a model nor for a member.
 #pragma once
 
+#include "batch/names.h"
 #include "plugin/aerolink.h"
 #include "plugin/uci.h"
 
 #include <span>
-
-// Names of models or keys, compared letter for letter.
-using name_list = std::span<const char *const>;
-bool lists(const name_list &names, const char *name);
 
 // A value of this many characters or more is refused whole.
 inline constexpr size_t value_size = 512;
@@ -17,18 +14,14 @@ inline constexpr size_t value_size = 512;
 struct applier;
 struct key_rule;
 
-// A row that the request has a value for.
+// A row that the request has a value for, shorter than value_size.
 struct row_step {
     const applier *device;
     zuci2_context *ctx;
     json_object *out;
-    const char *model;    // null: to be asked from the platform by the rule that needs it
-    const char *path;     // the row's option
-    const char *key;      // the row's member of the request
-    const char *value;    // the request's text, shorter than value_size
-    const char *pattern;  // the row's check, or null
-    size_t index;         // the row's place in its table
-    const key_rule *rule; // the rule that runs now
+    const char *model; // null: to be asked from the platform by the rule that needs it
+    const batch_entry *row;
+    const key_rule *rule; // the rule that runs now, if any
 };
 
 // Applies its part of a row. False: the value does not fit what it is meant for, and the row ends, refused.
@@ -38,7 +31,8 @@ using row_rule = bool (*)(const row_step &step);
 struct key_rule {
     const char *key;
     row_rule apply;
-    const char *with = nullptr; // the other option or section that the rule needs, if any
+    const char *interface =
+        nullptr; // the interface's section, for a rule that needs more of it than the row's option
 };
 
 // Rules by key: those of the applier's own come before those that it shares with others.

@@ -2,6 +2,7 @@
 #include "batch/families.h"
 #include "batch/reboot.h"
 #include "platform/zuutil.h"
+#include "plugin/uci.h"
 
 #include <json-c/json.h>
 #include <syslog.h>
@@ -16,7 +17,7 @@ int aerolink_batch_set(json_object *in, json_object *out) {
         if (device.apply)
             device.apply(in, out);
         else
-            batch_set_default(in, out, uci.ctx, model, &device == &cloud_families.two_radios);
+            batch_set_default(in, out, uci.ctx, model, device.radios > 1);
     }
     commit_all();
     if (batch_status == 0)

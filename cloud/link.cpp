@@ -1,10 +1,10 @@
 // "/cloud/aerolink/set": switches the cloud link and chooses its server zone.
+#include "cloud/zones.h"
 #include "platform/zuutil.h"
-#include "plugin/account.h"
 #include "plugin/aerolink.h"
+#include "plugin/cloud_link.h"
 #include "plugin/command.h"
 #include "plugin/customer_file.h"
-#include "plugin/server_zone.h"
 #include "plugin/text.h"
 #include "plugin/uci.h"
 
@@ -13,32 +13,6 @@
 #include <unistd.h>
 
 namespace {
-
-struct zone_choice {
-    const char *input;
-    const char *host;
-    const char *home; // the account is kept when the old zone is empty or this host
-};
-
-// clang-format off
-constexpr zone_choice zones[] = {
-    // input          stored             account kept from
-    {"Europe",        host_europe,       host_europe},
-    {"America",       host_america,      host_america},
-    {"Asia Pacific",  host_asia_pacific, host_asia_pacific},
-    {"China",         host_china,        host_china},
-    // On purpose not their own host: these two keep an account that comes from China.
-    {host_development, host_development, host_china},
-    {host_test,        host_test,        host_china},
-};
-// clang-format on
-
-const zone_choice *find_zone(const char *input) {
-    for (const zone_choice &zone : zones)
-        if (equal(input, zone.input))
-            return &zone;
-    return nullptr;
-}
 
 struct link_request {
     bool enable;
@@ -70,8 +44,8 @@ void stop_rtty(const link_request &request) {
     run("killall -9 rtty 2>/dev/null");
 }
 
-// Another zone's cloud does not know the account.
-void move_to_zone(zuci2_context *ctx, const char *old_host, const zone_choice &zone) {
+// An account is bound to the cloud of its zone.
+void move_to_zone(zuci2_context *ctx, const char *old_host, const server_zone &zone) {
     if (old_host[0] != '\0' && !equal(old_host, zone.home))
         forget_account(ctx);
     set_option(ctx, "zuconfig.cloud.serverzone", zone.host);
@@ -85,7 +59,7 @@ bool configure(const link_request &request) {
     read_option(uci.ctx, "zuconfig.cloud.serverzone", old_host);
     set_switches(uci.ctx, request);
     stop_rtty(request);
-    const zone_choice *zone = find_zone(request.zone);
+    const server_zone *zone = zone_of_name(request.zone);
     if (!zone)
         return false;
     move_to_zone(uci.ctx, old_host, *zone);
@@ -113,7 +87,7 @@ int wbf_update_fw_type(void) {
         if (equal(type, "2") || equal(type, "1"))
             return 0;
     }
-    return run(declare_plain_build);
+    return run(declare_fw_type_1);
 }
 
 int aerolink_ctrl_set(json_object *in, json_object *out) {

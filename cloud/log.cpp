@@ -1,24 +1,16 @@
 // The cloud client's lines of the system log, and how much it logs.
-#include "cloud/zone_name.h"
+#include "cloud/zones.h"
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"
 #include "plugin/command.h"
-#include "plugin/server_zone.h"
 #include "plugin/uci.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <json-c/json.h>
 
 namespace {
-
-// The log view calls the Asia Pacific zone "Global", unlike the status view.
-constexpr zone_name zones[] = {
-    {host_europe, "Europe"},
-    {host_america, "America"},
-    {host_asia_pacific, "Global"},
-    {host_china, "China"},
-};
 
 // The message behind the time of day and the tag.
 constexpr char log_command[] = "logread|grep zu_mqtt_service|cut -d \":\" -n -f4,5,6,7";
@@ -45,7 +37,8 @@ int aerolink_log(json_object *, json_object *out) {
     const uci_scope uci;
     char host[64];
     read_option(uci.ctx, "zuconfig.cloud.serverzone", host);
-    zjson_add_string(out, "serverzone", name_of_host(zones, host));
+    const server_zone *zone = zone_of_host(host);
+    zjson_add_string(out, "serverzone", zone ? zone->log_name : host);
     json_object *lines = json_object_new_array();
     add_log_lines(lines);
     zjson_add_object(out, "log", lines);

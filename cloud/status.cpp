@@ -1,8 +1,7 @@
 // "/cloud/aerolink/get": the state of the cloud link.
-#include "cloud/zone_name.h"
+#include "cloud/zones.h"
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"
-#include "plugin/server_zone.h"
 #include "plugin/text.h"
 #include "plugin/uci.h"
 
@@ -10,14 +9,6 @@
 #include <syslog.h>
 
 namespace {
-
-// In the order in which the user is offered them.
-constexpr zone_name zones[] = {
-    {host_europe, "Europe"},
-    {host_america, "America"},
-    {host_asia_pacific, "Asia Pacific"},
-    {host_china, "China"},
-};
 
 void add_flag(json_object *out, zuci2_context *ctx, const char *member, const char *path) {
     char value[8];
@@ -44,11 +35,12 @@ int aerolink_ctrl_get(json_object *, json_object *out) {
         add_flag(out, uci.ctx, "rtty_ssh", "rtty.general.ssh_en");
         add_flag(out, uci.ctx, "rtty_web", "rtty.general.web_en");
 
-        char zone[128];
-        read_option(uci.ctx, "zuconfig.cloud.serverzone", zone);
-        zjson_add_string(out, "serverzone", name_of_host(zones, zone));
+        char host[128];
+        read_option(uci.ctx, "zuconfig.cloud.serverzone", host);
+        const server_zone *zone = zone_of_host(host);
+        zjson_add_string(out, "serverzone", zone ? zone->name : host);
         json_object *names = json_object_new_array();
-        for (const zone_name &offered : zones)
+        for (const server_zone &offered : offered_zones)
             zjson_array_add_string(names, offered.name);
         zjson_add_object(out, "serverzones", names);
 

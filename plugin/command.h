@@ -6,7 +6,7 @@
 // What the platform writes at most into a buffer whose size it is not told, the NUL included.
 inline constexpr size_t platform_text_size = 4096;
 
-// Runs the command line; its wait status as system(3) gives it.
+// system(3), whose result may be ignored: most callers go on whatever became of the command.
 int run(const char *command);
 
 // First output line of the command line, "" when there is none; a longer line is cut to size bytes.

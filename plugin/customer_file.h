@@ -5,10 +5,11 @@
 
 inline constexpr char customer_file[] = "/etc/wbf/customer";
 
-// Replaces the whole file by the declaration of a build that is not white-label, dropping its other keys.
-inline constexpr char declare_plain_build[] = "echo fw_type=1 > /etc/wbf/customer";
+// Replaces the whole file by this one line, dropping its other keys.
+inline constexpr char declare_fw_type_1[] = "echo fw_type=1 > /etc/wbf/customer";
 
-// Reads a key's value up to its first "=", "" when there is none; a longer value is cut to size bytes.
+// Reads what stands between the first two "=" of the first line that has the key as a word anywhere; "" when
+// there is none. A longer text is cut to size bytes.
 void read_customer_key(const char *key, char *out, size_t size);
 
 template <size_t N>

@@ -18,6 +18,7 @@ void write_line(FILE *file, const char *key, const char *value) {
         return;
     fprintf(file, "%s=%s", key, value);
     fputc('\n', file);
+    fflush(file); // a command that is started later must not inherit unwritten lines
 }
 
 // Starts the download of the logo, which the web pages load by this exact name. False when the URL is too

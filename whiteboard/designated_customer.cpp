@@ -1,12 +1,11 @@
 // "/whiteboard/designated_customer": points the cloud link and the telemetry at a customer's own servers.
 #include "platform/zuutil.h"
-#include "plugin/account.h"
 #include "plugin/aerolink.h"
+#include "plugin/cloud_link.h"
 #include "plugin/customer_file.h"
 #include "plugin/server_zone.h"
 #include "plugin/text.h"
 #include "plugin/uci.h"
-#include "whiteboard/link.h"
 
 #include <unistd.h>
 
@@ -24,7 +23,7 @@ void configure(json_object *in) {
     const uci_scope uci;
     char old_host[128];
     read_option(uci.ctx, "zuconfig.cloud.serverzone", old_host);
-    enable_link(uci.ctx);
+    enable_cloud_link(uci.ctx);
     move_to_customer(uci.ctx, old_host, zjson_get_string(in, "server_name"));
     commit_package(uci.ctx, "zuconfig");
     set_option(uci.ctx, "zubigdata.bigdata.server_url", zjson_get_string(in, "server_url"));
@@ -43,6 +42,6 @@ int designated_customer(json_object *in, json_object *out) {
     fork_exec2("/etc/init.d/zu_mqtt stop");
     fork_exec2("/etc/init.d/zu_mqtt start");
     fork_exec2("/etc/init.d/zu_mqtt enable");
-    fork_exec2(declare_plain_build);
+    fork_exec2(declare_fw_type_1);
     return 0;
 }

@@ -13,18 +13,18 @@ constexpr const char *ardea_models_read[] = {"heron", "egret", "crane", "stork"}
 
 // clang-format off
 constexpr family named_families[] = {
-    // models            table              zero when empty     applier
-    {ardea_models_read,  batch_list_ardea,  two_radio_switches, nullptr},
-    {mt76x8_models,      batch_list_mt76x8, one_radio_switches, nullptr},
-    {mt7615_models,      batch_list_mt7615, two_radio_switches, nullptr},
-    {finch_models,       batch_list_finch,  {},                 nullptr},
+    // models           table              radios  zero when empty  applier
+    {ardea_models_read, batch_list_ardea,  2,      two_radio_flags, nullptr},
+    {mt76x8_models,     batch_list_mt76x8, 1,      one_radio_flags, nullptr},
+    {mt7615_models,     batch_list_mt7615, 2,      two_radio_flags, nullptr},
+    {finch_models,      batch_list_finch,  1,      {},              nullptr},
 };
 // clang-format on
 
 constexpr family_list readable_families = {
     .named = named_families,
-    .one_radio = {{}, batch_list2, one_radio_switches, nullptr},
-    .two_radios = {{}, batch_list1, two_radio_switches, nullptr},
+    .one_radio = {{}, batch_list2, 1, one_radio_flags, nullptr},
+    .two_radios = {{}, batch_list1, 2, two_radio_flags, nullptr},
 };
 
 } // namespace

@@ -6,6 +6,8 @@
 #include "plugin/command.h"
 #include "plugin/text.h"
 
+#include <cstring>
+#include <span>
 #include <unistd.h>
 
 namespace {
@@ -30,7 +32,7 @@ constexpr char reset_switch[] =
     "sleep 2;swconfig dev switch0 set reset;swconfig dev switch0 set apply;/etc/init.d/network restart";
 constexpr char restart_soon[] = "sleep 1; /etc/init.d/network restart; /etc/init.d/zu_tertf restart";
 constexpr char restart_later[] = "sleep 2; /etc/init.d/network restart; /etc/init.d/zu_tertf restart";
-constexpr char tell_repeaters[] = "/usr/sbin/heron_misc_func.sh cap_ip_change_trigger";
+constexpr char report_address_change[] = "/usr/sbin/heron_misc_func.sh cap_ip_change_trigger";
 constexpr char reload_gadget[] = "sleep 1; rmmod g_ether.ko;sleep 1; insmod g_ether.ko;sleep 1";
 
 // The PHYs of the switch ports go down and then negotiate anew: wired clients see the link drop, and renew.
@@ -41,7 +43,7 @@ constexpr char phys_up[] = "sleep 4; ssdk_sh debug phy set 2 0 0x1240; ssdk_sh d
 
 constexpr const char *switch_restart[] = {reset_switch};
 constexpr const char *plain_restart[] = {restart_soon};
-constexpr const char *repeater_restart[] = {tell_repeaters, restart_later, phys_down, phys_up};
+constexpr const char *repeater_restart[] = {report_address_change, restart_later, phys_down, phys_up};
 constexpr const char *phy_restart[] = {restart_soon, phys_down, phys_up};
 constexpr const char *gadget_restart[] = {reload_gadget, restart_soon};
 

@@ -21,26 +21,24 @@ constexpr const char *ardea_models_provisioned[] = {"heron", "egret"};
 
 // clang-format off
 constexpr family named_families[] = {
-    // models                   table              zero  applier
-    {ardea_models_provisioned,  batch_list_ardea,  {},   batch_set_heron_wbf},
-    {mt76x8_models,             batch_list_mt76x8, {},   batch_set_mt_wbf},
+    // models                  table              radios  zero  applier
+    {ardea_models_provisioned, batch_list_ardea,  2,      {},   batch_set_heron_wbf},
+    {mt76x8_models,            batch_list_mt76x8, 1,      {},   batch_set_mt_wbf},
 };
 // clang-format on
 
 constexpr family_list provisioned_families = {
     .named = named_families,
-    .one_radio = {{}, batch_list_wbf1, {}, nullptr},
-    .two_radios = {{}, batch_list_wbf, {}, nullptr},
+    .one_radio = {{}, batch_list_wbf1, 1, {}, nullptr},
+    .two_radios = {{}, batch_list_wbf, 2, {}, nullptr},
 };
 
 void apply(json_object *in, json_object *out, zuci2_context *ctx, const char *model) {
     const family &device = family_of(provisioned_families, model, ctx);
     if (device.apply)
         device.apply(in, out);
-    else if (&device == &provisioned_families.one_radio)
-        apply_rows(provisioning_one_radio, in, out, ctx, model);
     else
-        apply_rows(provisioning_two_radios, in, out, ctx, model);
+        apply_rows(device.radios > 1 ? provisioning_two_radios : provisioning_one_radio, in, out, ctx, model);
 }
 
 bool has_companion() { return access(companion_config, F_OK) == 0; }

@@ -12,13 +12,30 @@ namespace {
 constexpr char maximum_option[] = "txpower_max";
 constexpr int default_maximum = 20;
 
+enum { level_max, level_high, level_medium, level_low };
+
+struct power_level {
+    const char *name;
+    int level;
+};
+
+constexpr power_level levels[] = {
+    {"max", level_max}, {"high", level_high}, {"medium", level_medium}, {"low", level_low}};
+
+const power_level *find_level(const char *name) {
+    for (const power_level &candidate : levels)
+        if (equal(name, candidate.name))
+            return &candidate;
+    return nullptr;
+}
+
 int power_of_level(int level, int maximum) {
     switch (level) {
-    case 1:
+    case level_high:
         return maximum * 3 / 4;
-    case 2:
+    case level_medium:
         return maximum / 2;
-    case 3:
+    case level_low:
         return 0;
     default:
         return maximum;
@@ -40,20 +57,6 @@ int set_power(const char *band, int level, const char *path) {
     syslog(LOG_INFO, "set 2g max txpower = %s\n", text); // the same text for both bands
     set_option(uci.ctx, path, text);
     return 0;
-}
-
-struct power_level {
-    const char *name;
-    int level;
-};
-
-constexpr power_level levels[] = {{"max", 0}, {"high", 1}, {"medium", 2}, {"low", 3}};
-
-const power_level *find_level(const char *name) {
-    for (const power_level &candidate : levels)
-        if (equal(name, candidate.name))
-            return &candidate;
-    return nullptr;
 }
 
 } // namespace
