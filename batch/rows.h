@@ -14,7 +14,7 @@ inline constexpr size_t value_size = 512;
 struct applier;
 struct key_rule;
 
-// A row that the request has a value for, shorter than value_size.
+// A row that the request has a value for. Rules see only values that are shorter than value_size.
 struct row_step {
     const applier *device;
     zuci2_context *ctx;
@@ -31,8 +31,7 @@ using row_rule = bool (*)(const row_step &step);
 struct key_rule {
     const char *key;
     row_rule apply;
-    const char *interface =
-        nullptr; // the interface's section, for a rule that needs more of it than the row's option
+    const char *interface = nullptr; // the section of an interface, for rules that set more of it
 };
 
 // Rules by key: those of the applier's own come before those that it shares with others.
