@@ -11,7 +11,6 @@ from typing import NamedTuple
 from router import BOX, PATIENCE, Router, wait_for
 
 
-
 def load_box():
     """The box program as a module: its name has no suffix to import it by."""
     sys.path.append(str(BOX.parent))
@@ -34,7 +33,11 @@ class WatchedRouter(Router):
 
     def __init__(self, model):
         super().__init__(model)
-        self.wait_until_booted()
+        try:
+            self.wait_until_booted()
+        except BaseException:
+            self.stop()
+            raise
         self.seen = len(self.journal())
 
     def run(self, command):
