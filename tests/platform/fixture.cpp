@@ -49,7 +49,7 @@ std::string platform_test::shell(const std::string &command) {
 
 std::string platform_test::wait_for_line(const char *name) const {
     for (int turn = 0; turn < 1000; ++turn) {
-        if (const std::string text = read(name); text.ends_with('\n'))
+        if (std::string text = read(name); text.ends_with('\n'))
             return text;
         usleep(10000);
     }
