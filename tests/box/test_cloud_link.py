@@ -275,6 +275,8 @@ class CloudLinkTest(unittest.TestCase):
         """In the zone Asia Pacific."""
         self.assertEqual(self.log(), (self.lines, "Global"))
         self.assertEqual(self.router.get(STATUS).response["serverzone"], "Asia Pacific")
+        self.router.shell("logger -t other x; logger -t zu_mqtt_service one: two: three: four: five")
+        self.wait_for_lines(" one: two: three: four")
         self.check_level({"cloud_log_level": True}, 7, " log level 7", " debug messages are on")
         self.check_level({"cloud_log_level": False}, 6, " log level 6")
         self.check_level({"cloud_log_level": True}, 7, " log level 7", " debug messages are on")

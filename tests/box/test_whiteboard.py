@@ -1,7 +1,7 @@
 """A device of one model, provisioned over HTTP from the factory to its brand, and read back.
 
-The model comes from the environment. One router is provisioned, handed to a customer's cloud, provisioned again
-and restarted by that.
+The model comes from the environment. One router is provisioned, handed to a customer's cloud, provisioned
+again and restarted by that.
 """
 import os
 import shlex
