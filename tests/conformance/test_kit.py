@@ -2,7 +2,7 @@
 import unittest
 
 import device
-from router import wait_for
+from router import SOURCE, wait_for
 
 class Kit(unittest.TestCase):
     maxDiff = None
@@ -11,6 +11,15 @@ class Kit(unittest.TestCase):
     def setUpClass(cls):
         cls.router = device.start("plover")
         cls.addClassCleanup(cls.router.stop)
+        cls.router.shell("uci set system.@system[0].hostname=waiting")
+        cls.before = cls.look()
+        cls.outcome = device.check(cls.router)
+        cls.after = cls.look()
+
+    @classmethod
+    def look(cls):
+        """What the program must leave as it is, changes that wait for their commit included."""
+        return (cls.router.uci(), cls.router.shell("uci changes; ls /tmp /tmp/.uci"), cls.router.journal())
 
     def assert_kept(self, outcome, *skipped):
         self.assertEqual(outcome.of("FAIL"), {})
@@ -19,17 +28,24 @@ class Kit(unittest.TestCase):
         self.assertEqual(outcome.summary,
                          f"{len(outcome.of('ok'))} kept, 0 broken, {len(outcome.of('skipped'))} skipped")
 
-    def look(self):
-        """What the program must leave as it is, changes that wait for their commit included."""
-        return (self.router.uci(), self.router.shell("uci changes; ls /tmp /tmp/.uci"), self.router.journal())
+    def test_keeps_every_contract(self):
+        self.assert_kept(self.outcome, "wifi_check_repeater_is_connected", "mt76x8_private_iwpriv_set")
 
-    def test_keeps_every_contract_and_stays_as_it_was(self):
-        self.router.shell("uci set system.@system[0].hostname=waiting")
-        before = self.look()
-        outcome = device.check(self.router)
-        self.assertEqual(self.look(), before)
-        self.assert_kept(outcome, "wifi_check_repeater_is_connected", "mt76x8_private_iwpriv_set")
-        self.assertEqual({line.contract.split()[0] for line in outcome.lines}, device.platform_functions())
+    def test_stays_as_it_was(self):
+        self.assertEqual(self.after, self.before)
+
+    def test_every_function_is_checked(self):
+        self.assertEqual({line.contract.split()[0] for line in self.outcome.lines}, device.platform_functions())
+
+    def test_document(self):
+        """It names every function, and the lines that it shows are the program's."""
+        text = (SOURCE / "docs/porting.md").read_text(encoding="utf-8")
+        for function in device.platform_functions() | {"zuci2_free", "custom_api_dispatcher"}:
+            self.assertIn(f"`{function}`", text)
+        shown = [line for line in map(device.LINE.fullmatch, text.splitlines()) if line]
+        self.assertEqual({line[1] for line in shown}, {"ok", "FAIL", "skipped"})
+        for line in shown:
+            self.assertIn(line[2], {line.contract for line in self.outcome.lines})
 
     def test_repeater(self):
         for state, said in (("0", "down"), ("1", "up")):
