@@ -10,8 +10,8 @@ endif()
 set(CMAKE_C_COMPILER ${AEROLINK_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${AEROLINK_TRIPLET}-gcc)
 set(CMAKE_C_FLAGS_INIT "-specs=${AEROLINK_SYSROOT}/lib/musl-gcc.specs")
-# The specs hide the compiler's own headers, C++ ones included, and those ask for glibc's version.
-set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT} '-D__GLIBC_PREREQ(major,minor)=0'")
+# The specs hide the compiler's own headers, C++ ones included, and those ask for glibc's version and a type of its own.
+set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT} '-D__GLIBC_PREREQ(major,minor)=0' -D__locale_t=locale_t")
 foreach(folder ${AEROLINK_CXX_HEADERS})
     string(APPEND CMAKE_CXX_FLAGS_INIT " -isystem ${folder}")
 endforeach()
