@@ -221,8 +221,11 @@ int fork_exec2(const char *command) {
     static int calls = 0;
     if (fault("fork waits"))
         return NEXT(execCommand)(command);
-    if (fault("fork starts the last one first"))
-        return NEXT(fork_exec2)(("sleep 0." + std::to_string(9 - 2 * calls++) + ";" + command).c_str());
+    if (fault("fork starts the last one first")) {
+        const int half_seconds = 4 - calls++;
+        const std::string delay = std::to_string(half_seconds / 2) + (half_seconds % 2 == 0 ? "" : ".5");
+        return NEXT(fork_exec2)(("sleep " + delay + ";" + command).c_str());
+    }
     if (fault("fork starts one after the other"))
         return NEXT(fork_exec2)(
             ("until mkdir lock; do sleep 0.1; done;" + std::string(command) + "; rmdir lock").c_str());

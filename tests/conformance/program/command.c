@@ -101,7 +101,7 @@ static void check_fork_order(void) {
     for (int number = 1; number <= 5; ++number) {
         snprintf(text, sizeof text, "echo %d >>order; sleep 1", number);
         expect_success("a call", fork_exec2(text));
-        pause_for(100);
+        pause_for(200);
     }
     wait_until(has_five_lines, "order");
     read_file("order", text, sizeof text);
