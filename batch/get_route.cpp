@@ -18,7 +18,7 @@ void swap_band(batch_entry &row) {
     char *swapped = static_cast<char *>(calloc(1, swapped_key_size));
     if (!swapped)
         return;
-    copy_cut(swapped, swapped_key_size, row.json_key);
+    copy_cut({swapped, swapped_key_size}, row.json_key);
     swapped[0] = is_2g ? '5' : '2';
     row.json_key = swapped;
 }

@@ -18,7 +18,7 @@ constexpr size_t digest_size = 65; // 64 hexadecimal digits and the NUL
 // own service code.
 bool make_digest(const char *password, char (&digest)[digest_size]) {
     char salt[salt_length + 1];
-    copy_cut(salt, sizeof salt, get_service_code());
+    copy_cut(salt, get_service_code());
     char setting[32];
     if (!format(setting, "$1$%s$", salt))
         return false;

@@ -8,14 +8,14 @@
 
 int run(const char *command) { return system(command); }
 
-void read_command_line(const char *command, char *out, size_t size) {
+void read_command_line(const char *command, std::span<char> out) {
     char scratch[platform_text_size] = "";
     getShellCommandReturnLine(command, scratch);
-    copy_cut(out, size, scratch);
+    copy_cut(out, scratch);
 }
 
-void read_uci_line(const char *command, char *out, size_t size) {
+void read_uci_line(const char *command, std::span<char> out) {
     char scratch[platform_text_size] = "";
     getUciReturn(command, scratch);
-    copy_cut(out, size, scratch);
+    copy_cut(out, scratch);
 }

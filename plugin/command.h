@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 
 // What the platform writes at most into a buffer whose size it is not told, the NUL included.
 inline constexpr size_t platform_text_size = 4096;
@@ -9,16 +10,6 @@ inline constexpr size_t platform_text_size = 4096;
 // system(3), whose result may be ignored: most callers go on whatever became of the command.
 int run(const char *command);
 
-// First output line of the command line, "" when there is none; a longer line is cut to size bytes.
-void read_command_line(const char *command, char *out, size_t size);
-void read_uci_line(const char *command, char *out, size_t size);
-
-template <size_t N>
-void read_command_line(const char *command, char (&out)[N]) {
-    read_command_line(command, out, N);
-}
-
-template <size_t N>
-void read_uci_line(const char *command, char (&out)[N]) {
-    read_uci_line(command, out, N);
-}
+// First output line of the command line, "" when there is none; a longer line is cut to the size of out.
+void read_command_line(const char *command, std::span<char> out);
+void read_uci_line(const char *command, std::span<char> out);

@@ -1,7 +1,7 @@
 // The customer file of white-label builds: lines of key=value.
 #pragma once
 
-#include <cstddef>
+#include <span>
 
 inline constexpr char customer_file[] = "/etc/wbf/customer";
 
@@ -9,10 +9,5 @@ inline constexpr char customer_file[] = "/etc/wbf/customer";
 inline constexpr char declare_fw_type_1[] = "echo fw_type=1 > /etc/wbf/customer";
 
 // Reads what stands between the first two "=" of the first line that has the key as a word anywhere; "" when
-// there is none. A longer text is cut to size bytes.
-void read_customer_key(const char *key, char *out, size_t size);
-
-template <size_t N>
-void read_customer_key(const char *key, char (&out)[N]) {
-    read_customer_key(key, out, N);
-}
+// there is none. A longer text is cut to the size of out.
+void read_customer_key(const char *key, std::span<char> out);

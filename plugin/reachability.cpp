@@ -36,7 +36,7 @@ bool any_answers(char (&addresses)[address_list_size], const char *count, const 
 int cmm_net_reachable2(void) {
     char addresses[address_list_size];
     if (!cmm_check_file_is_exist(multi_wan_file)) {
-        copy_cut(addresses, sizeof addresses, fallback_addresses);
+        copy_cut(addresses, fallback_addresses);
         return any_answers(addresses, "1", "2");
     }
     // The fallback is for routers without multi-WAN only: an empty track list means unreachable.

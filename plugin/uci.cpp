@@ -6,11 +6,11 @@
 
 #include <unistd.h>
 
-void read_option(zuci2_context *ctx, const char *path, char *out, size_t size) {
+void read_option(zuci2_context *ctx, const char *path, std::span<char> out) {
     char scratch[platform_text_size] = "";
     if (ctx && zuci2_get(ctx, path, scratch) != 0)
         scratch[0] = '\0';
-    copy_cut(out, size, scratch);
+    copy_cut(out, scratch);
 }
 
 void set_option(zuci2_context *ctx, const char *path, const char *value) {

@@ -4,7 +4,7 @@
 
 #include "platform/zuutil.h"
 
-#include <cstddef>
+#include <span>
 
 // A context for the length of a scope.
 struct uci_scope {
@@ -19,13 +19,8 @@ struct uci_scope {
     }
 };
 
-// Reads an option, "" when it is unset; a longer value is cut to size bytes.
-void read_option(zuci2_context *ctx, const char *path, char *out, size_t size);
-
-template <size_t N>
-void read_option(zuci2_context *ctx, const char *path, char (&out)[N]) {
-    read_option(ctx, path, out, N);
-}
+// Reads an option, "" when it is unset; a longer value is cut to the size of out.
+void read_option(zuci2_context *ctx, const char *path, std::span<char> out);
 
 // Sets an option, or the type of a section; a null value leaves it as it is.
 void set_option(zuci2_context *ctx, const char *path, const char *value);

@@ -59,8 +59,7 @@ void clear_passphrase(const row_step &step) {
         set_option(step.ctx, path, "");
 }
 
-template <size_t N>
-void read_interface_option(const row_step &step, const char *option, char (&out)[N]) {
+void read_interface_option(const row_step &step, const char *option, std::span<char> out) {
     char path[path_size];
     out[0] = '\0';
     if (format(path, "%s.%s", step.rule->interface, option))
