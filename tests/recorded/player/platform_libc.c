@@ -243,8 +243,12 @@ void platform_end_streams(void) {
 char *crypt(const char *password, const char *setting) {
     static struct crypt_data data;
     static char failure[] = "*0";
+    static char long_failure[] = "*a refusal longer than any setting";
     if (world_has_fault(fault_crypt_null)) {
         return NULL;
+    }
+    if (world_has_fault(fault_crypt_long)) {
+        return long_failure;
     }
     return world_has_fault(fault_crypt_star) ? failure : crypt_r(password, setting, &data);
 }

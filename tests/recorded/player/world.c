@@ -470,6 +470,7 @@ void world_fault_line(const char *line) {
         [fault_fopen] = "fopen",
         [fault_crypt_null] = "crypt null",
         [fault_crypt_star] = "crypt *0",
+        [fault_crypt_long] = "crypt *long",
         [fault_iwpriv] = "iwpriv",
     };
     bool present = line[0] != '-';

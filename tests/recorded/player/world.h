@@ -59,6 +59,7 @@ enum fault {
     fault_fopen,
     fault_crypt_null,
     fault_crypt_star,
+    fault_crypt_long,
     fault_iwpriv,
     fault_count
 };
