@@ -1,0 +1,59 @@
+// The programs aerolink-WORD, which are commands of the front door as if they were part of it.
+#include "tools/front/helper.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdlib>
+
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view prefix = "aerolink-";
+
+// Beside the program, as in a build folder, and where an installation keeps them.
+std::array<fs::path, 2> helper_folders() {
+    const fs::path folder = own_program().parent_path();
+    const fs::path from_bin = fs::path(AEROLINK_HELPER_DIR).lexically_relative(AEROLINK_BINDIR);
+    return {folder, (folder / from_bin).lexically_normal()};
+}
+
+// A word never leads out of the folder.
+bool is_word(std::string_view text) {
+    return !text.empty() && std::ranges::all_of(text, [](unsigned char c) {
+        return (std::islower(c) != 0) || (std::isdigit(c) != 0) || c == '-';
+    });
+}
+
+bool is_program(const fs::path &path) { return access(path.c_str(), X_OK) == 0 && !fs::is_directory(path); }
+
+} // namespace
+
+fs::path own_program() {
+    std::error_code failure;
+    return fs::read_symlink("/proc/self/exe", failure);
+}
+
+std::set<std::string> helper_words() {
+    std::set<std::string> words;
+    for (const fs::path &folder : helper_folders()) {
+        std::error_code failure;
+        for (const fs::directory_entry &entry : fs::directory_iterator(folder, failure)) {
+            const std::string name = entry.path().filename();
+            if (name.starts_with(prefix) && is_word(name.substr(prefix.size())) && is_program(entry.path()))
+                words.insert(name.substr(prefix.size()));
+        }
+    }
+    return words;
+}
+
+void become_helper(char **words) {
+    if (!is_word(words[0]))
+        return;
+    setenv("AEROLINK", own_program().c_str(), 1);
+    for (const fs::path &folder : helper_folders())
+        execv((folder / (std::string(prefix) + words[0])).c_str(), words);
+}

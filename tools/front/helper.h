@@ -1,0 +1,16 @@
+// The programs aerolink-WORD, which are commands of the front door as if they were part of it.
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+// The program itself, links followed.
+std::filesystem::path own_program();
+
+// The words for which there is a program.
+std::set<std::string> helper_words();
+
+// Becomes the program of words[0] with the other words as its arguments; comes back only when there is none.
+// The program finds the front door's own path in the environment variable AEROLINK.
+void become_helper(char **words);
