@@ -117,6 +117,8 @@ void rewrite_bracket(const bracket &source, rewritten &out) {
 }
 
 constexpr unsigned ascii_end = 128;
+constexpr unsigned underscore = '_';
+constexpr unsigned line_feed = '\n';
 
 // Which ASCII characters a bracket expression lists.
 struct ascii_set {
@@ -132,10 +134,10 @@ void add_class(ascii_set &set, wctype_t type, bool negated) {
 void add_escape(ascii_set &set, char letter) {
     const bool word = letter == 'w' || letter == 'W';
     const char *name = word ? "alnum" : (letter == 'd' || letter == 'D') ? "digit" : "space";
-    const bool underscore = set.has['_'];
+    const bool had_underscore = set.has[underscore];
     add_class(set, wctype(name), is_negated(letter));
     if (word)
-        set.has['_'] = underscore || !is_negated(letter);
+        set.has[underscore] = had_underscore || !is_negated(letter);
 }
 
 // Adds "[:name:]"; false for any other form and for an unknown name.
@@ -191,14 +193,14 @@ bool rewrite_negated_bracket(const bracket &source, rewritten &out) {
     ascii_set listed = {};
     if (!collect(source, listed))
         return false;
-    listed.has['\n'] = source.inverted;
+    listed.has[line_feed] = source.inverted;
     char left_out[ascii_end];
     size_t length = 0;
     for (unsigned c = 1; c < ascii_end; ++c)
         if (!listed.has[c])
             left_out[length++] = static_cast<char>(c);
     if (length == 0) {
-        append(out, "($.)"); // nothing is left that could match
+        append(out, "[^\x01-\xff]"); // nothing is left that could match, under a quantifier either
         return true;
     }
     append(out, source.inverted ? "[" : "[^");
