@@ -15,21 +15,23 @@ struct json_object;
 
 // --- Device --------------------------------------------------------------------------------------
 
-// Texts and the script are borrowed: they must stay as they are until another device is set.
+// Texts are borrowed: they must stay as they are until another device is set.
 struct stage_device {
     const char *model;
     const char *service_code;
-    const char *ddns_name;   // may be null
-    const bool *repeater;    // successive answers, true while the uplink is up; the last one stays
-    size_t repeater_answers; // 0: always down
-    bool internet;           // whether a ping is answered; only asked when the stage acts (see below)
-    const char *log;         // the system log as logread gives it; null: empty; likewise
+    const char *ddns_name; // may be null
+    bool internet;         // whether a ping is answered; asked only when the stage acts (see below)
+    const char *log;       // the system log as logread gives it; null: empty; likewise
     // Gives 64 hexadecimal digits and a NUL of the text's digest, 0. Null: "sha256(TEXT)", cut to 64
     // characters.
     int (*sha256)(const char *text, char *output);
 };
 
 void stage_set_device(const struct stage_device *device);
+
+// Successive answers to the question whether the repeater uplink is up; the last one stays. None: always
+// down. Borrowed.
+void stage_set_repeater(const bool *answers, size_t count);
 
 // --- Configuration -------------------------------------------------------------------------------
 
