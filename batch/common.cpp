@@ -39,16 +39,17 @@ constexpr key_rule always[] = {
 };
 // clang-format on
 
-constexpr applier common = {.table = batch_list_common,
-                            .bandwidth = {},
-                            .always = {always, {}},
-                            .first_time = {},
-                            .checked = nullptr,
-                            .stored = {},
-                            .otherwise = nullptr,
-                            .written_anyway = {},
-                            .refuse = refuse};
+constexpr rule_set common = {.table = batch_list_common,
+                             .own_context = true,
+                             .bandwidth = {},
+                             .always = {always, {}},
+                             .first_time = {},
+                             .checked = nullptr,
+                             .stored = {},
+                             .otherwise = nullptr,
+                             .written_anyway = {},
+                             .refuse = refuse};
 
 } // namespace
 
-int batch_set_common(json_object *in, json_object *out) { return apply_and_commit(common, in, out, nullptr); }
+int batch_set_common(json_object *in, json_object *out) { return apply(common, in, out); }

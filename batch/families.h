@@ -1,32 +1,35 @@
-// Device families: which settings a model has.
+// The matrix of devices: families of models, and by what each route that depends on the model serves them.
 #pragma once
 
 #include "batch/names.h"
-#include "plugin/aerolink.h"
+#include "batch/rule_sets.h"
 
-#include <span>
+// What a read route reports of a device.
+struct readable {
+    std::span<const batch_entry> table;
+    name_list zero_while_unset; // keys that a full read reports as "0" while their option is unset
+};
 
+// A row of the matrix; its columns are named after the routes. A null cell: the route serves the models as
+// models without a row.
 struct family {
     name_list models;
-    std::span<batch_entry> table;
-    int radios;
-    name_list zero_when_empty;                       // keys that a full read reports as "0" while unset
-    int (*apply)(json_object *in, json_object *out); // null: models without an applier of their own share one
+    const readable *batch_get;
+    const rule_set *batch_set;
+    const readable *get_config;
+    const rule_set *set_config;
+    void (*restart)(); // how set_config brings the network up with the new settings
 };
 
-// Families by model name, and the two for every other model, by its number of radios.
-struct family_list {
-    std::span<const family> named;
-    family one_radio;
-    family two_radios;
-};
+// The row that lists the model, letter for letter; null when none does.
+const family *row_of(const char *model);
 
-extern const family_list cloud_families;
+// The row for models without one, by the number of "wifi-device" sections at this moment.
+const family &unlisted_row(zuci2_context *ctx);
 
-// Chooses by exact model name, else by the number of "wifi-device" sections at this moment.
-const family &family_of(const family_list &families, const char *model, zuci2_context *ctx);
-
-// The keys of disable and hidden options on devices with one and with two radios.
-inline constexpr const char *one_radio_flags[] = {"2g_disable", "guest_2g_disable", "2g_hidden"};
-inline constexpr const char *two_radio_flags[] = {"2g_disable",       "5g_disable", "guest_2g_disable",
-                                                  "guest_5g_disable", "2g_hidden",  "5g_hidden"};
+// By what a route serves the model: the cell in its column, never null.
+template <typename Cell>
+Cell cell_of(Cell family::*column, const char *model, zuci2_context *ctx) {
+    const family *row = row_of(model);
+    return row && row->*column ? row->*column : unlisted_row(ctx).*column;
+}

@@ -37,6 +37,6 @@ void swap_falcon_bands(const char *model) {
 } // namespace
 
 int aerolink_batch_get(json_object *in, json_object *out) {
-    read_settings(cloud_families, in, out, swap_falcon_bands);
+    read_settings(&family::batch_get, in, out, swap_falcon_bands);
     return 0;
 }

@@ -1,4 +1,4 @@
-// The walk over a table's rows and the rules that several appliers share.
+// The walk over a table's rows and the rules that several rule sets share.
 #include "batch/rows.h"
 
 #include "platform/zuutil.h"
@@ -11,11 +11,12 @@
 
 namespace {
 
+constexpr size_t option_size = 512;
 constexpr size_t time_zone_command_size = 300;
 constexpr size_t time_zone_size = 128;
 
 bool is_for(const name_list &models, const row_step &step) {
-    return models.empty() || lists(models, step.model ? step.model : get_model_name());
+    return models.empty() || lists(models, step.model);
 }
 
 const key_rule *find_rule(const key_rules &rules, const char *key) {
@@ -28,13 +29,14 @@ const key_rule *find_rule(const key_rules &rules, const char *key) {
 
 // Runs the rule of the row's key, or else `otherwise`; nothing when both are missing.
 bool run_rule(const key_rules &rules, row_rule otherwise, row_step &step) {
-    step.rule = find_rule(rules, step.row->json_key);
-    const row_rule chosen = step.rule ? step.rule->apply : otherwise;
+    const key_rule *found = find_rule(rules, step.row->json_key);
+    step.interface = found ? found->interface : nullptr;
+    const row_rule chosen = found ? found->apply : otherwise;
     return !chosen || chosen(step);
 }
 
 bool write_first_time(const row_step &step) {
-    for (const first_time_key &candidate : step.device->first_time)
+    for (const first_time_key &candidate : step.rules->first_time)
         if (equal(step.row->json_key, candidate.key) && is_for(candidate.models, step))
             return write_row(step);
     return true;
@@ -42,48 +44,55 @@ bool write_first_time(const row_step &step) {
 
 // Decides by what the option holds whether and how the row is written.
 bool decide_write(row_step &step, const char *current) {
-    const applier &device = *step.device;
+    const rule_set &rules = *step.rules;
     if (current[0] == '\0')
         return write_first_time(step);
     if (step.row->pattern)
-        return !device.checked || device.checked(step);
-    return run_rule(device.stored, device.otherwise, step);
+        return !rules.checked || rules.checked(step);
+    return run_rule(rules.stored, rules.otherwise, step);
 }
 
 void apply_row(row_step &step, const char *current) {
-    const applier &device = *step.device;
-    if (strlen(step.row->value) >= value_size || !run_rule(device.always, nullptr, step) ||
+    const rule_set &rules = *step.rules;
+    if (strlen(step.row->value) >= value_limit || !run_rule(rules.always, nullptr, step) ||
         !decide_write(step, current))
-        device.refuse(step);
-    else if (lists(device.written_anyway, step.row->json_key))
+        rules.refuse(step);
+    else if (lists(rules.written_anyway, step.row->json_key))
         write_row(step);
 }
 
-} // namespace
-
-int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_context *ctx,
-               const char *model) {
-    for (batch_entry &row : device.table) {
+// By contract every row's option is read, also when the request lacks the key.
+void walk(const rule_set &rules, json_object *in, json_object *out, zuci2_context *ctx, const char *model) {
+    for (batch_entry &row : rules.table) {
         row.value = zjson_get_string(in, row.json_key);
-        char current[value_size];
+        char current[option_size];
         read_option(ctx, row.uci_path, current);
         if (row.value) {
             row_step step = {
-                .device = &device, .ctx = ctx, .out = out, .model = model, .row = &row, .rule = nullptr};
+                .rules = &rules, .ctx = ctx, .out = out, .model = model, .row = &row, .interface = nullptr};
             apply_row(step, current);
         }
         row.value = nullptr;
     }
-    return 0;
 }
 
-int apply_and_commit(const applier &device, json_object *in, json_object *out, const char *model) {
+} // namespace
+
+int apply(const rule_set &rules, json_object *in, json_object *out, zuci2_context *ctx, const char *model) {
+    if (!rules.own_context) {
+        walk(rules, in, out, ctx, model);
+        return 0;
+    }
     {
         const uci_scope uci;
-        apply_rows(device, in, out, uci.ctx, model);
+        walk(rules, in, out, uci.ctx, model);
     }
     commit_all();
     return 0;
+}
+
+int apply(const rule_set &rules, json_object *in, json_object *out) {
+    return apply(rules, in, out, nullptr, get_model_name());
 }
 
 bool write_row(const row_step &step) {
@@ -110,7 +119,7 @@ bool write_guest_lan_ip(const row_step &step) {
 bool set_bandwidth(const row_step &step) {
     if (wifi_check_repeater_is_connected() != 0)
         return true;
-    for (const bandwidth_rule &rule : step.device->bandwidth) {
+    for (const bandwidth_rule &rule : step.rules->bandwidth) {
         if (!equal(step.row->json_key, rule.key) || !is_for(rule.models, step))
             continue;
         for (const bandwidth_write &write : rule.writes)
@@ -122,7 +131,7 @@ bool set_bandwidth(const row_step &step) {
 }
 
 bool set_time_zone(const row_step &step) {
-    char escaped[2 * value_size] = "";
+    char escaped[2 * value_limit] = "";
     increase_escape_function(step.row->value, escaped, static_cast<int>(strlen(step.row->value)));
     char command[time_zone_command_size];
     if (!format(command, "grep \"%s\" /usr/share/zoneinfo/tzdata.lua |awk -F\"'\" '{print $4}'", escaped))

@@ -1,5 +1,5 @@
-// How a batch request is applied: one walk over a table's rows. What differs between devices stands in an
-// `applier` as data and small named rules; the walk asks neither for a model nor for a member.
+// How a request is applied: one walk over a table's rows. What differs between devices stands in a `rule_set`
+// as data and small named rules. The walk asks for no key, and for the model only where a rule names models.
 #pragma once
 
 #include "batch/names.h"
@@ -8,20 +8,19 @@
 
 #include <span>
 
-// A value of this many characters or more is refused whole.
-inline constexpr size_t value_size = 512;
+// A request's value of this many characters or more is refused whole.
+inline constexpr size_t value_limit = 512;
 
-struct applier;
-struct key_rule;
+struct rule_set;
 
-// A row that the request has a value for. Rules see only values that are shorter than value_size.
+// A row that the request has a value for. Rules see only values that are shorter than value_limit.
 struct row_step {
-    const applier *device;
+    const rule_set *rules;
     zuci2_context *ctx;
     json_object *out;
-    const char *model; // null: to be asked from the platform by the rule that needs it
+    const char *model;
     const batch_entry *row;
-    const key_rule *rule; // the rule that runs now, if any
+    const char *interface; // of the key_rule that runs now
 };
 
 // Applies its part of a row. False: the value does not fit what it is meant for, and the row ends, refused.
@@ -34,7 +33,7 @@ struct key_rule {
     const char *interface = nullptr; // the section of an interface, for rules that set more of it
 };
 
-// Rules by key: those of the applier's own come before those that it shares with others.
+// Rules by key: those of a rule set's own come before those that it shares with others.
 struct key_rules {
     std::span<const key_rule> own;
     std::span<const key_rule> shared;
@@ -70,8 +69,9 @@ struct first_time_key {
 //   written_anyway    the value is written (once more) when this lists the key.
 //
 // Where there is no rule, nothing happens. A value that does not fit goes to `refuse` and ends the row.
-struct applier {
+struct rule_set {
     std::span<batch_entry> table;
+    bool own_context; // applied on a context of its own and then committed; else on the caller's, uncommitted
     std::span<const bandwidth_rule> bandwidth;
     key_rules always;
     std::span<const first_time_key> first_time;
@@ -82,14 +82,13 @@ struct applier {
     void (*refuse)(const row_step &step);
 };
 
-// Walks the applier's table; always 0. `model` as in row_step.
-int apply_rows(const applier &device, json_object *in, json_object *out, zuci2_context *ctx,
-               const char *model);
+// Applies the request to the rule set's table; always 0. ctx is for rule sets without a context of their own.
+int apply(const rule_set &rules, json_object *in, json_object *out, zuci2_context *ctx, const char *model);
 
-// The same on a context of its own, and then commits everything.
-int apply_and_commit(const applier &device, json_object *in, json_object *out, const char *model);
+// The same for a rule set with a context of its own, on the model that the platform names.
+int apply(const rule_set &rules, json_object *in, json_object *out);
 
-// --- Rules that several appliers share -----------------------------------------------------------
+// --- Rules that several rule sets share -----------------------------------------------------------
 
 bool write_row(const row_step &step);
 bool write_unless_repeater(const row_step &step);

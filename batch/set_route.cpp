@@ -13,11 +13,7 @@ int aerolink_batch_set(json_object *in, json_object *out) {
         const char *model = get_model_name();
         syslog(LOG_INFO, "input=%s\n", json_object_to_json_string_ext(in, JSON_C_TO_STRING_PLAIN));
         batch_set_common(in, out);
-        const family &device = family_of(cloud_families, model, uci.ctx);
-        if (device.apply)
-            device.apply(in, out);
-        else
-            batch_set_default(in, out, uci.ctx, model, device.radios > 1);
+        apply(*cell_of(&family::batch_set, model, uci.ctx), in, out, uci.ctx, model);
     }
     commit_all();
     if (batch_status == 0)

@@ -15,13 +15,12 @@ from pathlib import Path
 
 # The pointers that the plug-in calls through, and what they point at: result and parameters as GCC writes them.
 POINTERS = {
-    "apply": "int (json_object*, json_object*)",
     "before_table": "void (const char*)",
     "checked": "bool (const row_step&)",
     "chosen": "bool (const row_step&)",
-    "condition": "bool ()",
     "made": "const char* (const char*)",
     "refuse": "void (const row_step&)",
+    "restart": "void ()",
 }
 
 NODE = re.compile(r'node: \{ title: "([^"]*)" label: "([^"]*)"( shape : ellipse)? \}')

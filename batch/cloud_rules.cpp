@@ -1,12 +1,9 @@
-// The six appliers of a cloud batch: everything in which they differ.
+// The six rule sets of a cloud batch: everything in which they differ.
 #include "batch/bandwidth.h"
 #include "batch/models.h"
-#include "batch/rows.h"
-#include "platform/zuutil.h"
+#include "batch/rule_sets.h"
 
 namespace {
-
-constexpr const char *plovers[] = {"plover-v2", "plover"};
 
 // The ardea family writes the row once more, behind the address of the router's own name.
 bool write_lan_ip_twice(const row_step &step) { return write_lan_ip(step) && write_row(step); }
@@ -96,10 +93,11 @@ constexpr key_rule lan_twice_and_bandwidth_done[] = {
 // clang-format on
 
 // What the six have in common.
-constexpr applier cloud_applier(std::span<batch_entry> table, std::span<const bandwidth_rule> bandwidth,
-                                std::span<const key_rule> always, std::span<const first_time_key> first_time,
-                                std::span<const key_rule> stored) {
+constexpr rule_set cloud(std::span<batch_entry> table, bool own_context,
+                         std::span<const bandwidth_rule> bandwidth, std::span<const key_rule> always,
+                         std::span<const first_time_key> first_time, std::span<const key_rule> stored) {
     return {.table = table,
+            .own_context = own_context,
             .bandwidth = bandwidth,
             .always = {always, bandwidth_keys},
             .first_time = first_time,
@@ -110,32 +108,29 @@ constexpr applier cloud_applier(std::span<batch_entry> table, std::span<const ba
             .refuse = answer_set_false};
 }
 
+} // namespace
+
+// --- The rule sets -------------------------------------------------------------------------------
+
 // clang-format off
 
-// --- The appliers --------------------------------------------------------------------------------
+//                                            table              own context  bandwidth                   always          first time         stored
+constexpr rule_set cloud_finch      = cloud(batch_list_finch,  true,        single_bandwidth,           zone_and_guest, single_first_time, lan);
+constexpr rule_set cloud_ardea      = cloud(batch_list_ardea,  true,        ardea_and_falcon_bandwidth, zone_committed, dual_first_time,   lan_twice_and_bandwidth_done);
+constexpr rule_set cloud_mt76x8     = cloud(batch_list_mt76x8, true,        mt76x8_bandwidth,           zone,           mt76x8_first_time, {});
+constexpr rule_set cloud_mt7615     = cloud(batch_list_mt7615, true,        mt7615_bandwidth,           zone,           dual_first_time,   bandwidth_done);
+constexpr rule_set cloud_one_radio  = cloud(batch_list2,       false,       single_bandwidth,           zone_and_guest, single_first_time, {});
+constexpr rule_set cloud_two_radios = cloud(batch_list1,       false,       dual_bandwidth,             zone_and_guest, dual_first_time,   {});
 
-//                                           table              bandwidth                   always          first time         stored
-constexpr applier finch      = cloud_applier(batch_list_finch,  single_bandwidth,           zone_and_guest, single_first_time, lan);
-constexpr applier ardea      = cloud_applier(batch_list_ardea,  ardea_and_falcon_bandwidth, zone_committed, dual_first_time,   lan_twice_and_bandwidth_done);
-constexpr applier mt76x8     = cloud_applier(batch_list_mt76x8, mt76x8_bandwidth,           zone,           mt76x8_first_time, {});
-constexpr applier mt7615     = cloud_applier(batch_list_mt7615, mt7615_bandwidth,           zone,           dual_first_time,   bandwidth_done);
-constexpr applier one_radio  = cloud_applier(batch_list2,       single_bandwidth,           zone_and_guest, single_first_time, {});
-constexpr applier two_radios = cloud_applier(batch_list1,       dual_bandwidth,             zone_and_guest, dual_first_time,   {});
+// --- As exported ---------------------------------------------------------------------------------
+
+int batch_set_finch(json_object *in, json_object *out)  { return apply(cloud_finch,  in, out); }
+int batch_set_heron(json_object *in, json_object *out)  { return apply(cloud_ardea,  in, out); }
+int batch_set_mt(json_object *in, json_object *out)     { return apply(cloud_mt76x8, in, out); }
+int batch_set_mt7615(json_object *in, json_object *out) { return apply(cloud_mt7615, in, out); }
 
 // clang-format on
 
-} // namespace
-
-int batch_set_finch(json_object *in, json_object *out) { return apply_and_commit(finch, in, out, nullptr); }
-
-int batch_set_heron(json_object *in, json_object *out) {
-    return apply_and_commit(ardea, in, out, get_model_name());
-}
-
-int batch_set_mt(json_object *in, json_object *out) { return apply_and_commit(mt76x8, in, out, nullptr); }
-
-int batch_set_mt7615(json_object *in, json_object *out) { return apply_and_commit(mt7615, in, out, nullptr); }
-
 int batch_set_default(json_object *in, json_object *out, zuci2_context *ctx, const char *model, int dual) {
-    return apply_rows(dual ? two_radios : one_radio, in, out, ctx, model);
+    return apply(dual ? cloud_two_radios : cloud_one_radio, in, out, ctx, model);
 }

@@ -1,7 +1,7 @@
-// The four white-label appliers: everything in which they differ from each other and from a cloud batch.
-#include "whiteboard/appliers.h"
-
+// The four rule sets of a white-label request: everything in which they differ from each other and from a
+// cloud batch.
 #include "batch/bandwidth.h"
+#include "batch/rule_sets.h"
 #include "platform/zuwificore.h"
 #include "plugin/cloud_link.h"
 #include "plugin/command.h"
@@ -39,7 +39,7 @@ bool set_autoupdate(const row_step &step) {
 // same place: null, unless somebody outside the plug-in has set it, since every walk clears what it sets. The
 // check decides about the answer only; the row's writes do not depend on it.
 bool check_ardea_value(const row_step &step) {
-    const char *subject = batch_list_ardea[step.row - step.device->table.data()].value;
+    const char *subject = batch_list_ardea[step.row - step.rules->table.data()].value;
     if (!subject)
         return true;
     if (!is_valid(step, subject))
@@ -55,14 +55,14 @@ bool write_when_valid_silently(const row_step &step) {
 
 void clear_passphrase(const row_step &step) {
     char path[path_size];
-    if (format(path, "%s.key", step.rule->interface))
+    if (format(path, "%s.key", step.interface))
         set_option(step.ctx, path, "");
 }
 
 void read_interface_option(const row_step &step, const char *option, std::span<char> out) {
     char path[path_size];
     out[0] = '\0';
-    if (format(path, "%s.%s", step.rule->interface, option))
+    if (format(path, "%s.%s", step.interface, option))
         read_option(step.ctx, path, out);
 }
 
@@ -123,7 +123,6 @@ constexpr key_rule zone_and_guest[] = {
     {"guest_lan_ip",             write_guest_lan_ip},
 };
 
-// The families leave "guest_lan_ip" to its check, if it has one.
 constexpr key_rule zone_committed[] = {
     {"system_timezone",          set_time_zone_and_commit},
 };
@@ -152,6 +151,7 @@ constexpr key_rule one_radio_stored[] = {
     {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
 };
 
+// The addresses of this layout have checks, by which they are written.
 constexpr key_rule mt76x8_stored[] = {
     {"2g_encrytion",       push_encryption,  "wireless.@wifi-iface[0]"},
     {"guest_2g_encrytion", push_encryption,  "wireless.guest2g"},
@@ -159,6 +159,7 @@ constexpr key_rule mt76x8_stored[] = {
 
 constexpr key_rule ardea_stored[] = {
     {"lan_ip",             write_lan_ip},
+    {"guest_lan_ip",       leave_alone}, // never written on this layout, by contract
     {"2g_encrytion",       write_encryption, "wireless.@wifi-iface[0]"},
     {"5g_encrytion",       write_encryption, "wireless.@wifi-iface[1]"},
     {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
@@ -175,10 +176,12 @@ constexpr const char *names_and_passphrases[] = {
 // clang-format on
 
 // What the four have in common.
-constexpr applier provisioning(std::span<batch_entry> table, std::span<const bandwidth_rule> bandwidth,
+constexpr rule_set white_label(std::span<batch_entry> table, bool own_context,
+                               std::span<const bandwidth_rule> bandwidth,
                                std::span<const key_rule> own_always, row_rule checked,
                                std::span<const key_rule> own_stored, void (*refuse)(const row_step &)) {
     return {.table = table,
+            .own_context = own_context,
             .bandwidth = bandwidth,
             .always = {own_always, always},
             .first_time = {},
@@ -189,23 +192,21 @@ constexpr applier provisioning(std::span<batch_entry> table, std::span<const ban
             .refuse = refuse};
 }
 
-// clang-format off
-
-// --- The appliers --------------------------------------------------------------------------------
-
-//                                      table              bandwidth         always          checked                    stored        refuse
-constexpr applier mt76x8 = provisioning(batch_list_mt76x8, mt76x8_bandwidth, zone_committed, write_when_valid_silently, mt76x8_stored, log_refusal);
-constexpr applier ardea  = provisioning(batch_list_ardea,  ardea_bandwidth,  zone_committed, write_when_valid,          ardea_stored,  answer_set_false);
-
 } // namespace
 
-constexpr applier provisioning_one_radio  = provisioning(batch_list_wbf1, single_bandwidth, zone_and_guest, check_ardea_value, one_radio_stored,  answer_set_false);
-constexpr applier provisioning_two_radios = provisioning(batch_list_wbf,  dual_bandwidth,   zone_and_guest, check_ardea_value, two_radios_stored, answer_set_false);
+// --- The rule sets -------------------------------------------------------------------------------
+
+// clang-format off
+
+//                                                        table              own context  bandwidth         always          checked                    stored             refuse
+constexpr rule_set white_label_mt76x8     = white_label(batch_list_mt76x8, true,        mt76x8_bandwidth, zone_committed, write_when_valid_silently, mt76x8_stored,     log_refusal);
+constexpr rule_set white_label_ardea      = white_label(batch_list_ardea,  true,        ardea_bandwidth,  zone_committed, write_when_valid,          ardea_stored,      answer_set_false);
+constexpr rule_set white_label_one_radio  = white_label(batch_list_wbf1,   false,       single_bandwidth, zone_and_guest, check_ardea_value,         one_radio_stored,  answer_set_false);
+constexpr rule_set white_label_two_radios = white_label(batch_list_wbf,    false,       dual_bandwidth,   zone_and_guest, check_ardea_value,         two_radios_stored, answer_set_false);
+
+// --- As exported ---------------------------------------------------------------------------------
+
+int batch_set_mt_wbf(json_object *in, json_object *out)    { return apply(white_label_mt76x8, in, out); }
+int batch_set_heron_wbf(json_object *in, json_object *out) { return apply(white_label_ardea,  in, out); }
 
 // clang-format on
-
-int batch_set_mt_wbf(json_object *in, json_object *out) { return apply_and_commit(mt76x8, in, out, nullptr); }
-
-int batch_set_heron_wbf(json_object *in, json_object *out) {
-    return apply_and_commit(ardea, in, out, nullptr);
-}
