@@ -51,6 +51,10 @@ struct release {
     void operator()(json_object *object) const { json_object_put(object); }
 };
 
+bool is_among(const char *value, const char *words) {
+    return ("|" + std::string(words) + "|").find("|" + std::string(value) + "|") != std::string::npos;
+}
+
 // How the value of a column stands in a request: text as it is, everything else as JSON.
 bool is_of_kind(const vocabulary::key &row, const char *value) {
     if (row.kind == kind::text)
@@ -106,6 +110,10 @@ TEST(Keys, StandOnceAndAreComplete) {
         EXPECT_STRNE(row.example, row.other) << row.name;
         EXPECT_TRUE(is_of_kind(row, row.example)) << row.name << ": " << row.example;
         EXPECT_TRUE(is_of_kind(row, row.other)) << row.name << ": " << row.other;
+        if (*row.words != '\0') {
+            EXPECT_TRUE(is_among(row.example, row.words)) << row.name << ": " << row.words;
+            EXPECT_TRUE(is_among(row.other, row.words)) << row.name << ": " << row.words;
+        }
         EXPECT_NE(*to_text(row.group), '\0') << row.name;
         EXPECT_NE(*to_text(row.kind), '\0') << row.name;
     }

@@ -29,6 +29,7 @@ struct key {
     const char *example;     // acceptable on every model that has the key
     const char *other;       // likewise, and another value
     const char *description; // one sentence
+    const char *words = "";  // of a closed set all, otherwise common ones, separated by "|"; "" for none
 };
 
 // Every key of a batch table and of a route's request, once, in the order in which forms and documents show
