@@ -8,7 +8,8 @@ namespace {
 
 constexpr size_t reboot_flag_limit = 100; // characters
 
-// The flag goes to a file and into batch_status, never into UCI.
+// The flag goes to a file and into batch_status, never into UCI. By contract it enters the command as
+// it is, and a quote or "$(...)" in it is the shell's: who may send a batch may run commands.
 bool set_reboot_flag(const row_step &step) {
     char command[128];
     if (strlen(step.row->value) > reboot_flag_limit ||

@@ -38,5 +38,5 @@ void swap_falcon_bands(const char *model) {
 
 int aerolink_batch_get(json_object *in, json_object *out) {
     read_settings(&family::batch_get, in, out, swap_falcon_bands);
-    return 0;
+    return AEROLINK_OK;
 }

@@ -17,7 +17,7 @@ int batch_set_language(const char *code) {
     char text[code_size];
     if (!format(text, "%s", code)) {
         log_too_long("language");
-        return 0;
+        return AEROLINK_OK;
     }
     const uci_scope uci;
     str_to_upper(text);
@@ -26,5 +26,5 @@ int batch_set_language(const char *code) {
     str_to_lower(text);
     set_option(uci.ctx, "luci.main.lang", strstr(text, "cn") ? "zh_cn" : "en");
     commit_package(uci.ctx, "luci");
-    return 0;
+    return AEROLINK_OK;
 }

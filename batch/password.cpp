@@ -45,7 +45,7 @@ int batch_set_pwd(const char *password) {
     char command[command_size];
     if (strlen(password) < password_minimum || !make_digest(password, digest) ||
         !make_passwd_command(password, command))
-        return -4;
+        return AEROLINK_BAD_VALUE;
     {
         const uci_scope uci;
         set_option(uci.ctx, "zuconfig.general.password", digest);
@@ -53,5 +53,5 @@ int batch_set_pwd(const char *password) {
     }
     execCommand(command);
     sync();
-    return 0;
+    return AEROLINK_OK;
 }

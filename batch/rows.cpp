@@ -81,14 +81,14 @@ void walk(const rule_set &rules, json_object *in, json_object *out, zuci2_contex
 int apply(const rule_set &rules, json_object *in, json_object *out, zuci2_context *ctx, const char *model) {
     if (!rules.own_context) {
         walk(rules, in, out, ctx, model);
-        return 0;
+        return AEROLINK_OK;
     }
     {
         const uci_scope uci;
         walk(rules, in, out, uci.ctx, model);
     }
     commit_all();
-    return 0;
+    return AEROLINK_OK;
 }
 
 int apply(const rule_set &rules, json_object *in, json_object *out) {

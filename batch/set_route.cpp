@@ -20,5 +20,5 @@ int aerolink_batch_set(json_object *in, json_object *out) {
         reboot_with_backup();
     else
         fork_exec2("ubus call mqtt notify");
-    return 0;
+    return AEROLINK_OK;
 }

@@ -29,17 +29,17 @@ int aerolink_bind_info(json_object *in, json_object *) {
         commit_package(uci.ctx, "zuconfig");
     }
     sync();
-    return 0;
+    return AEROLINK_OK;
 }
 
 // The account and the link's settings stay: only new bind information or another zone changes them.
 int aerolink_unbind(json_object *in, json_object *out) {
     if (!zjson_contain_key(in, "unbind")) {
         zjson_add_string(out, "msg", "missing parameters");
-        return -5;
+        return AEROLINK_MISSING_MEMBER;
     }
     if (cmm_net_reachable2() == 0)
-        return -24;
+        return AEROLINK_UNREACHABLE;
     zjson_add_string(out, "api", "/router/unbind");
     zjson_add_int(out, "code", 0);
     publish(out);
@@ -49,5 +49,5 @@ int aerolink_unbind(json_object *in, json_object *out) {
         commit_package(uci.ctx, "zubigdata");
     }
     run("/etc/init.d/zu_bigdata stop");
-    return 0;
+    return AEROLINK_OK;
 }

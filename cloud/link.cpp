@@ -101,13 +101,13 @@ int aerolink_ctrl_set(json_object *in, json_object *out) {
     };
     if (!is_complete(in, request)) {
         zjson_add_string(out, "msg", "missing parameters");
-        return -5;
+        return AEROLINK_MISSING_MEMBER;
     }
     if (!configure(request))
-        return -4;
+        return AEROLINK_BAD_VALUE;
     sync();
     if (request.enable)
         wbf_update_fw_type();
     restart_client(request.enable);
-    return 0;
+    return AEROLINK_OK;
 }

@@ -42,11 +42,11 @@ int aerolink_log(json_object *, json_object *out) {
     json_object *lines = json_object_new_array();
     add_log_lines(lines);
     zjson_add_object(out, "log", lines);
-    return 0;
+    return AEROLINK_OK;
 }
 
 int aerolink_log_level_set(json_object *in, json_object *) {
     run(zjson_get_boolean(in, "cloud_log_level") ? "ubus call mqtt debug '{\"level\":7}'"
                                                  : "ubus call mqtt debug '{\"level\":6}'");
-    return 0;
+    return AEROLINK_OK;
 }

@@ -50,5 +50,5 @@ int aerolink_ctrl_get(json_object *, json_object *out) {
         add_text<128>(out, uci.ctx, "bindtime", "zuconfig.cloud.bindtime");
     }
     syslog(LOG_INFO, "output=%s\n", json_object_to_json_string_ext(out, JSON_C_TO_STRING_PLAIN));
-    return 0;
+    return AEROLINK_OK;
 }

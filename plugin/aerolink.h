@@ -14,10 +14,18 @@ struct zuci2_context;
 
 // --- Routes --------------------------------------------------------------------------------------
 
+// What a handler returns.
+enum {
+    AEROLINK_OK = 0,
+    AEROLINK_BAD_VALUE = -4, // a value is not acceptable
+    AEROLINK_MISSING_MEMBER =
+        -5,                     // a required member is missing; the response has "msg": "missing parameters"
+    AEROLINK_UNREACHABLE = -24, // the internet is not reachable
+};
+
 // A handler reads the request and adds members to the response, which is an empty object on entry; both
-// belong to the daemon. Result: 0 success, -4 a value that is not acceptable, -5 a required member is missing
-// (the response then has "msg": "missing parameters"), -24 the internet is not reachable. A handler must not
-// run beside another one: they share tables and integers without a lock.
+// belong to the daemon. A handler must not run beside another one: they share tables and integers without a
+// lock.
 struct api_entity {
     const char *path;
     const char *method; // "get" or "post"
@@ -94,7 +102,7 @@ AEROLINK_EXPORT extern struct batch_entry batch_list_finch[21];
 AEROLINK_EXPORT extern struct batch_entry batch_list_wbf[42];
 AEROLINK_EXPORT extern struct batch_entry batch_list_wbf1[29];
 
-// Appliers: write the members of a request that their table knows; always 0.
+// Appliers: write the members of a request that their table knows; always AEROLINK_OK.
 AEROLINK_EXPORT int batch_set_common(struct json_object *in, struct json_object *out);
 AEROLINK_EXPORT int batch_set_finch(struct json_object *in, struct json_object *out);
 AEROLINK_EXPORT int batch_set_heron(struct json_object *in, struct json_object *out);
@@ -107,10 +115,11 @@ AEROLINK_EXPORT int batch_set_mt_wbf(struct json_object *in, struct json_object 
 AEROLINK_EXPORT int batch_set_default(struct json_object *in, struct json_object *out,
                                       struct zuci2_context *ctx, const char *model, int dual);
 
-// Changes the administrator password in UCI and of the account root. 0, or -4 and nothing changed.
+// Changes the administrator password in UCI and of the account root. AEROLINK_OK, or AEROLINK_BAD_VALUE and
+// nothing changed.
 AEROLINK_EXPORT int batch_set_pwd(const char *password);
 
-// Sets the interface language from a code of at most 7 characters; always 0.
+// Sets the interface language from a code of at most 7 characters; always AEROLINK_OK.
 AEROLINK_EXPORT int batch_set_language(const char *code);
 
 // --- Customer file -------------------------------------------------------------------------------
@@ -119,7 +128,7 @@ AEROLINK_EXPORT int batch_set_language(const char *code);
 // that rewrites it.
 AEROLINK_EXPORT int wbf_update_fw_type(void);
 
-// Add the customer file's keys to out, and write them from in; always 0.
+// Add the customer file's keys to out, and write them from in; always AEROLINK_OK.
 AEROLINK_EXPORT int get_customer_files(struct json_object *in, struct json_object *out);
 AEROLINK_EXPORT int set_customer_files(struct json_object *in, struct json_object *out);
 

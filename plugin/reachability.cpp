@@ -16,6 +16,8 @@ constexpr size_t address_list_size = 128;
 constexpr size_t command_size = 128;
 
 // Pings each address of the list until one answers; count and timeout go into the command as they are.
+// The redirection "&>" needs the router's shell: another one starts the ping in the background, then prints
+// 0, and an address that nobody answers at counts as reached.
 bool any_answers(char (&addresses)[address_list_size], const char *count, const char *timeout) {
     char *rest = nullptr;
     for (const char *address = strtok_r(addresses, " ", &rest); address;

@@ -13,6 +13,7 @@ constexpr const char *branding_keys[] = {"customer_name", "help_url", "image_url
 
 constexpr char white_label_build[] = "2"; // of "fw_type"; a request cannot choose it
 
+// By contract nothing is escaped: a line feed in a value begins a line of its own, which may name any key.
 void write_line(FILE *file, const char *key, const char *value) {
     if (!file)
         return;
@@ -21,7 +22,8 @@ void write_line(FILE *file, const char *key, const char *value) {
     fflush(file); // a command that is started later must not inherit unwritten lines
 }
 
-// Starts the download of the logo, which the web pages load by this exact name. False when the URL is too
+// Starts the download of the logo, which the web pages load by this exact name. By contract the URL enters
+// the command as it is: what follows a blank, ";" or "&" in it is the shell's. False when the URL is too
 // long.
 bool fetch_logo(const char *url) {
     char command[256];
@@ -57,7 +59,7 @@ int set_customer_files(json_object *in, json_object *) {
         fclose(file);
     if (xwf_enable_flag == 1)
         fork_exec2("/usr/bin/xwf-fix");
-    return 0;
+    return AEROLINK_OK;
 }
 
 int get_customer_files(json_object *, json_object *out) {
@@ -66,5 +68,5 @@ int get_customer_files(json_object *, json_object *out) {
         read_customer_key(key, value);
         zjson_add_string(out, key, value);
     }
-    return 0;
+    return AEROLINK_OK;
 }

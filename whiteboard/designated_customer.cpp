@@ -35,7 +35,7 @@ void configure(json_object *in) {
 int designated_customer(json_object *in, json_object *out) {
     if (!zjson_contain_key(in, "server_name") || !zjson_contain_key(in, "server_url")) {
         zjson_add_string(out, "msg", "missing parameters");
-        return -5;
+        return AEROLINK_MISSING_MEMBER;
     }
     configure(in);
     sync();
@@ -43,5 +43,5 @@ int designated_customer(json_object *in, json_object *out) {
     fork_exec2("/etc/init.d/zu_mqtt start");
     fork_exec2("/etc/init.d/zu_mqtt enable");
     fork_exec2(declare_fw_type_1);
-    return 0;
+    return AEROLINK_OK;
 }

@@ -10,5 +10,5 @@ int batch_get_wbf(json_object *in, json_object *out) {
     get_customer_files(in, out);
     custom_api_dispatcher("/xwf/batch_get", in, out);
     syslog(LOG_INFO, "output=%s\n", json_object_to_json_string_ext(out, JSON_C_TO_STRING_PLAIN));
-    return 0;
+    return AEROLINK_OK;
 }

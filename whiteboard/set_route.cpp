@@ -50,5 +50,5 @@ int batch_set_wbf(json_object *in, json_object *out) {
         fork_exec2("reload_config");
     if (batch_status == 0)
         reboot_with_backup();
-    return 0;
+    return AEROLINK_OK;
 }
