@@ -1,7 +1,6 @@
 """The box itself: what it keeps apart, restarts, keeps and refuses."""
 import os
 import re
-import shlex
 import shutil
 import signal
 import socket
@@ -12,7 +11,7 @@ import time
 import unittest
 from pathlib import Path
 
-from router import BOX, IMAGE, PATIENCE, SOURCE, Router, run_box, wait_for
+from router import BOX, IMAGE, PATIENCE, Router, run_box, wait_for
 
 
 def start(test, model="heron", state=None):
@@ -129,6 +128,40 @@ class Restart(unittest.TestCase):
         self.assertIn("apid ended with status 137, starting it again", router.shell("logread"))
 
 
+class Watchdog(unittest.TestCase):
+    def test_a_router_whose_init_is_killed_starts_again(self):
+        router = start(self)
+        for number in (9, 11):
+            boots = router.boots()
+            router.run(f"kill -{number} $(pgrep -ox init)")
+            wait_for("the watchdog", lambda: router.boots() == boots + 1)
+            self.assertEqual(router.get("/cloud/aerolink/get").result, 0)
+
+    def test_it_gives_up_on_one_that_is_killed_again_and_again(self):
+        with tempfile.TemporaryDirectory() as folder:
+            shutil.copytree(IMAGE, folder + "/image", symlinks=True)
+            Path(folder, "image/sbin/init").write_text("#!/bin/sh\nkill -9 $$\n", encoding="ascii")
+            done = run_box("run", "--model", "heron", "--image", folder + "/image", "--state", folder + "/state")
+            self.assertEqual((done.returncode, done.stderr),
+                             (1, "box: the box was killed 3 times in a row right after its start\n"))
+
+
+class FactoryReset(unittest.TestCase):
+    def test_makes_the_router_fresh_and_keeps_its_record(self):
+        router = start(self)
+        fresh = router.uci()
+        router.shell("uci set system.@system[0].hostname=changed; uci commit; touch /etc/mine /www/mine; firstboot")
+        self.assertEqual(router.shell("uci get system.@system[0].hostname"), "changed\n", "not before the next start")
+        router.run("reboot")
+        wait_for("the reboot", lambda: router.boots() == 2)
+        self.assertEqual(router.uci(), fresh)
+        self.assertFalse(router.exists("/etc/mine") or router.exists("/www/mine"))
+        self.assertIn(["firstboot"], router.journal())
+        router.run("reboot")
+        wait_for("the reboot", lambda: router.boots() == 3)
+        self.assertFalse(router.exists("/etc/firstboot"), "once is enough")
+
+
 class Supervisor(unittest.TestCase):
     def assert_all_gone(self, processes):
         wait_for("the end of all processes", lambda: not processes & parents().keys())
@@ -187,9 +220,25 @@ class Supervisor(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             with Router("heron", folder + "/state") as router:
                 self.assertEqual(router.run("true").returncode, 0)
-            done = router.run("true")
-            self.assertEqual(done.returncode, 1)
-            self.assertIn("no box runs in", done.stderr)
+            self.assert_says_that_none_runs(router)
+            with Router("heron", folder + "/state") as killed:
+                killed.stop(signal.SIGKILL)
+            self.assertTrue(killed.state.joinpath("run/boots").exists(), "what a box that was killed leaves behind")
+            self.assert_says_that_none_runs(killed)
+
+    def assert_says_that_none_runs(self, router):
+        start = time.monotonic()
+        done = router.run("true")
+        self.assertEqual((done.returncode, done.stderr), (1, f"box: no box runs in {router.state}\n"))
+        self.assertLess(time.monotonic() - start, 5, "says it at once")
+
+    def test_a_command_that_fails_leaves_nothing_behind(self):
+        router = start(self)
+        for timeout, command, message in (("0.5", "sleep 20", "no end after 0.5 seconds"),
+                                          ("20", "reboot; sleep 20", "the router restarted")):
+            done = run_box("exec", "--state", router.state, "--timeout", timeout, command)
+            self.assertEqual((done.returncode, done.stderr), (1, f"box: {message}\n"))
+        self.assertEqual(os.listdir(router.state / "run/control"), ["bell"])
 
     def test_says_why_a_box_could_not_start(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -221,28 +270,13 @@ class Guide(unittest.TestCase):
             while "ubus call mqtt notify" not in shown or "log      " not in shown:
                 shown += box.stdout.readline()
             box.send_signal(signal.SIGINT)
-            self.assertEqual(box.wait(PATIENCE), 0)
-            box.stdout.close()
+            rest = box.communicate(timeout=PATIENCE)[0]
+            self.assertEqual(box.returncode, 0)
+            self.assertEqual(rest.splitlines()[-1], f"The heron is off; what it keeps is in {folder}/state")
         self.assertEqual(replies[0], '{"result":0,"response":{}}')
         self.assertIn('"2g_ssid":"Harbour Cafe"', replies[1])
         self.assertIn('"cloud_enable":true', replies[2])
         self.assertIn("wireless.@wifi-iface[0].ssid='Harbour Cafe'", look)
-
-
-class Run(unittest.TestCase):
-    def run_script(self, *arguments):
-        return subprocess.run([SOURCE / "run", *arguments], capture_output=True, text=True, timeout=PATIENCE,
-                              check=False)
-
-    def test_lists_the_models(self):
-        listed = self.run_script("--list").stdout.split()
-        self.assertLess({"heron", "falcon", "plover-v2", "wren", "finch", "osprey", "ibis"}, set(listed))
-
-    def test_refuses_what_it_does_not_know(self):
-        for arguments in (["--colour"], ["--model"], ["--model", "penguin"]):
-            done = self.run_script(*arguments)
-            self.assertEqual(done.returncode, 2, shlex.join(arguments))
-            self.assertIn("usage: ./run", done.stderr)
 
 
 if __name__ == "__main__":

@@ -1,26 +1,16 @@
 """A router that a test watches request by request."""
 import contextlib
-import io
 import subprocess
 import sys
 from datetime import datetime
-from importlib.machinery import SourceFileLoader
-from importlib.util import module_from_spec, spec_from_loader
 from typing import NamedTuple
 
 from router import BOX, PATIENCE, Router, wait_for
 
-
-def load_box():
-    """The box program as a module: its name has no suffix to import it by."""
-    sys.path.append(str(BOX.parent))
-    loader = SourceFileLoader("box", str(BOX))
-    module = module_from_spec(spec_from_loader("box", loader))
-    loader.exec_module(module)
-    return module
-
-
-box = load_box()
+sys.path.append(str(BOX.parent))
+from boxes import control  # noqa: E402  its folder had to be named first
+from boxes.failure import Failure  # noqa: E402
+from boxes.state import State  # noqa: E402
 
 
 class Entry(NamedTuple):
@@ -42,15 +32,12 @@ class WatchedRouter(Router):
 
     def run(self, command):
         """Runs a shell command in the router, without the cost of a process for the box program."""
-        output, errors = io.TextIOWrapper(io.BytesIO()), io.TextIOWrapper(io.BytesIO())
-        with contextlib.redirect_stdout(output), contextlib.redirect_stderr(errors):
-            status = box.execute(box.State(self.state), command, PATIENCE)
-        return subprocess.CompletedProcess(command, status, output.buffer.getvalue().decode(),
-                                           errors.buffer.getvalue().decode())
+        done = control.execute(State(self.state), command, PATIENCE)
+        return subprocess.CompletedProcess(command, done.status, done.output.decode(), done.errors.decode())
 
     def restart(self):
         boots = self.boots()
-        with contextlib.suppress(box.Failure):
+        with contextlib.suppress(Failure):
             self.run("reboot")
         self.wait_until_restarted(boots)
 

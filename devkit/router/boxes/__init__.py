@@ -1,0 +1,1 @@
+"""Routers in boxes: each a bubblewrap container of its own, with a state folder that is its memory."""

@@ -1,0 +1,5 @@
+"""What can go wrong with a box."""
+
+
+class Failure(Exception):
+    """What went wrong, as the user is told."""
