@@ -2,25 +2,27 @@
 #include "batch/read.h"
 #include "plugin/text.h"
 
-#include <cstdlib>
 #include <cstring>
+#include <span>
 #include <syslog.h>
+#include <utility>
 
 namespace {
 
-constexpr size_t swapped_key_size = 128;
+// Whether two keys name one setting of the two bands: "2g_ssid" and "5g_ssid".
+bool are_a_pair(const char *key, const char *other) {
+    const bool has_band = strncmp(key, "2g_", 3) == 0 || strncmp(key, "5g_", 3) == 0;
+    const char other_band = key[0] == '2' ? '5' : '2';
+    return has_band && other[0] == other_band && equal(key + 1, other + 1);
+}
 
-// Gives the row the other band's key: a copy that the table owns for the rest of the process.
-void swap_band(batch_entry &row) {
-    const bool is_2g = strncmp(row.json_key, "2g_", 3) == 0;
-    if (!is_2g && strncmp(row.json_key, "5g_", 3) != 0)
-        return;
-    char *swapped = static_cast<char *>(calloc(1, swapped_key_size));
-    if (!swapped)
-        return;
-    copy_cut({swapped, swapped_key_size}, row.json_key);
-    swapped[0] = is_2g ? '5' : '2';
-    row.json_key = swapped;
+// Exchanges the keys of each such pair of rows, once: a row's partner stands behind it. Nothing can fail
+// here, and every key of a band is one of a pair in the falcon's table.
+void swap_bands(std::span<batch_entry> table) {
+    for (; !table.empty(); table = table.subspan(1))
+        for (batch_entry &other : table)
+            if (are_a_pair(table[0].json_key, other.json_key))
+                std::swap(table[0].json_key, other.json_key);
 }
 
 // falcon numbers its radios the other way round. From the first full read on, every walk of its table, the
@@ -30,8 +32,7 @@ void swap_falcon_bands(const char *model) {
         return;
     falcon_2g_5g_swap_done = 1;
     syslog(LOG_INFO, "swap falcon 2g 5g alias\n\n\n");
-    for (batch_entry &row : batch_list_ardea)
-        swap_band(row);
+    swap_bands(batch_list_ardea);
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #include "plugin/command.h"
 #include "plugin/text.h"
 
+#include <iterator>
+
 namespace {
 
 constexpr size_t path_size = 64;
@@ -34,6 +36,10 @@ bool set_autoupdate(const row_step &step) {
         run("/usr/bin/zuautoupdater &");
     return true;
 }
+
+static_assert(std::size(batch_list_wbf) <= std::size(batch_list_ardea) &&
+                  std::size(batch_list_wbf1) <= std::size(batch_list_ardea),
+              "each row of a table that check_ardea_value serves needs one of the ardea table's");
 
 // By contract the subject of this check is not the row's value but the one that the ardea table holds at the
 // same place: null, unless somebody outside the plug-in has set it, since every walk clears what it sets. The

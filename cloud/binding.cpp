@@ -36,7 +36,7 @@ int aerolink_bind_info(json_object *in, json_object *) {
 int aerolink_unbind(json_object *in, json_object *out) {
     if (!zjson_contain_key(in, "unbind")) {
         zjson_add_string(out, "msg", "missing parameters");
-        return AEROLINK_MISSING_MEMBER;
+        return AEROLINK_MISSING;
     }
     if (cmm_net_reachable2() == 0)
         return AEROLINK_UNREACHABLE;

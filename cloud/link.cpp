@@ -101,7 +101,7 @@ int aerolink_ctrl_set(json_object *in, json_object *out) {
     };
     if (!is_complete(in, request)) {
         zjson_add_string(out, "msg", "missing parameters");
-        return AEROLINK_MISSING_MEMBER;
+        return AEROLINK_MISSING;
     }
     if (!configure(request))
         return AEROLINK_BAD_VALUE;

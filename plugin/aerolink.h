@@ -17,10 +17,9 @@ struct zuci2_context;
 // What a handler returns.
 enum {
     AEROLINK_OK = 0,
-    AEROLINK_BAD_VALUE = -4, // a value is not acceptable
-    AEROLINK_MISSING_MEMBER =
-        -5,                     // a required member is missing; the response has "msg": "missing parameters"
-    AEROLINK_UNREACHABLE = -24, // the internet is not reachable
+    AEROLINK_BAD_VALUE = -4,   // a value is not acceptable
+    AEROLINK_MISSING = -5,     // a required member is; the response has "msg": "missing parameters"
+    AEROLINK_UNREACHABLE = -24 // the internet is not reachable
 };
 
 // A handler reads the request and adds members to the response, which is an empty object on entry; both

@@ -35,7 +35,7 @@ void configure(json_object *in) {
 int designated_customer(json_object *in, json_object *out) {
     if (!zjson_contain_key(in, "server_name") || !zjson_contain_key(in, "server_url")) {
         zjson_add_string(out, "msg", "missing parameters");
-        return AEROLINK_MISSING_MEMBER;
+        return AEROLINK_MISSING;
     }
     configure(in);
     sync();
