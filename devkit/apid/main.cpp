@@ -6,6 +6,7 @@
 #include "devkit/apid/server.h"
 #include "devkit/apid/signals.h"
 #include "devkit/apid/startup_error.h"
+#include "devkit/apid/trace.h"
 
 #include <cstdio>
 #include <syslog.h>
@@ -31,6 +32,7 @@ void run(const options &chosen) {
     const std::string token = chosen.token_file.empty() ? "" : read_token(chosen.token_file);
     for (const std::string &plugin : chosen.plugins)
         load_plugin(plugin);
+    trace::keep_in(chosen.trace_file);
     install_signals();
     const std::string where = to_text(local_endpoint(listener));
     syslog(LOG_INFO, "listening on %s", where.c_str());

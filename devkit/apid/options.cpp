@@ -12,7 +12,7 @@ namespace apid {
 
 const char *const usage =
     "usage: apid --plugin FILE [--plugin FILE ...] [--listen ADDRESS:PORT | --listen-fd N]\n"
-    "            [--token-file FILE] [--timeout SECONDS]\n"
+    "            [--token-file FILE] [--timeout SECONDS] [--trace FILE]\n"
     "\n"
     "Loads route plug-ins and serves their routes over HTTP, one request at a time.\n"
     "\n"
@@ -23,6 +23,7 @@ const char *const usage =
     "  --token-file FILE      every request needs the header \"Authorization: Bearer TOKEN\" with the\n"
     "                         token in this file; must be given for an address that is not loopback\n"
     "  --timeout SECONDS      how long a client may take over one request, 1 to 3600; 30 unless given\n"
+    "  --trace FILE           add a line for each request and reply to FILE, secrets included\n"
     "  --help                 this text\n"
     "\n"
     "Prints \"listening on http://ADDRESS:PORT\" when it is ready. Ends on SIGTERM or SIGINT, after\n"
@@ -44,12 +45,21 @@ int parse_number(const char *option, const char *text, int lowest, int highest) 
 } // namespace
 
 options parse_options(int argc, char **argv) {
-    enum : int { opt_listen = 1, opt_listen_fd, opt_plugin, opt_token_file, opt_timeout, opt_help };
+    enum : int {
+        opt_listen = 1,
+        opt_listen_fd,
+        opt_plugin,
+        opt_token_file,
+        opt_timeout,
+        opt_trace,
+        opt_help
+    };
     const option known[] = {{"listen", required_argument, nullptr, opt_listen},
                             {"listen-fd", required_argument, nullptr, opt_listen_fd},
                             {"plugin", required_argument, nullptr, opt_plugin},
                             {"token-file", required_argument, nullptr, opt_token_file},
                             {"timeout", required_argument, nullptr, opt_timeout},
+                            {"trace", required_argument, nullptr, opt_trace},
                             {"help", no_argument, nullptr, opt_help},
                             {nullptr, 0, nullptr, 0}};
     options result;
@@ -71,6 +81,9 @@ options parse_options(int argc, char **argv) {
             break;
         case opt_timeout:
             result.timeout = std::chrono::seconds(parse_number("--timeout", optarg, 1, 3600));
+            break;
+        case opt_trace:
+            result.trace_file = optarg;
             break;
         case opt_help:
             result.help = true;

@@ -12,6 +12,7 @@ struct options {
     std::string listen = "127.0.0.1:8080"; // numeric address and port, as listener.h reads them
     std::optional<int> listen_fd;          // an inherited listening socket; replaces `listen`
     std::string token_file;                // empty: no token
+    std::string trace_file;                // empty: no record
     std::vector<std::string> plugins;
     std::chrono::seconds timeout{30};
     bool help = false;

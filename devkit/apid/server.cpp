@@ -8,6 +8,7 @@
 #include "devkit/apid/signals.h"
 #include "devkit/apid/startup_error.h"
 #include "devkit/apid/text.h"
+#include "devkit/apid/trace.h"
 
 #include <algorithm>
 #include <map>
@@ -54,6 +55,25 @@ MHD_Result note_parameter(void *to, MHD_ValueKind, const char *key, const char *
     parameters.is_text = parameters.is_text && is_utf8(key) && is_utf8(text);
     add_parameter(parameters.request.get(), key, text);
     return MHD_YES;
+}
+
+void trace_request(const route &target, const char *url, json_object *request) {
+    if (!trace::is_kept())
+        return;
+    json_object *members = json_object_new_object();
+    json_object_object_add(members, "method", json_object_new_string(target.method.c_str()));
+    json_object_object_add(members, "path", json_object_new_string(url));
+    json_object_object_add(members, "request", json_object_get(request));
+    trace::add("request", members);
+}
+
+void trace_reply(const outcome &done, unsigned status) {
+    if (!trace::is_kept())
+        return;
+    json_object *members = json_object_new_object();
+    json_object_object_add(members, "status", json_object_new_int(static_cast<int>(status)));
+    json_object_object_add(members, "reply", json_tokener_parse(done.body.c_str()));
+    trace::add("reply", members);
 }
 
 // A request from its header to the end of its reply.
@@ -244,10 +264,12 @@ reply server::answer(MHD_Connection *connection, const request_in_work &request,
         if (object == nullptr)
             return error_reply(MHD_HTTP_BAD_REQUEST, "the body is not a JSON object");
     }
+    trace_request(*request.target, url, object.get());
     const auto start = clock::now();
     outcome done = exchange(*request.target, std::move(object));
     handler_time_ += clock::now() - start;
     const unsigned status = status_of(done.result);
+    trace_reply(done, status);
     syslog(LOG_INFO, "%s %s: result %d, status %u", request.target->method.c_str(), url, done.result, status);
     return {.status = status, .body = std::move(done.body)};
 }
