@@ -21,7 +21,7 @@ enum stage_kind {
     stage_ucireturn, // command, of getUciReturn
     stage_popen,     // command
     stage_sync,      // (null)
-    stage_sleep,     // (null); number: seconds
+    stage_sleep,     // (null)
     stage_dispatch,  // path of the route
     stage_iwpriv,    // interface; parameter; value
     stage_write,     // path of a file that was written and closed; value: its content, of `length` bytes
@@ -43,8 +43,9 @@ struct stage_effect {
     const char *subject;
     const char *parameter;
     const char *value;
-    size_t length; // of value, for stage_write
-    int number;
+    size_t length;   // of value, for stage_write
+    int number;      // the priority, for stage_log
+    int seconds;     // that the handler waited for it: a sleep, or a command that is known to take its time
     const char *key; // the batch key of the row during which it happened, null outside of every row
     bool unforeseen; // only a shell could tell what the command answers and does
 };

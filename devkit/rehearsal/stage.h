@@ -63,7 +63,12 @@ const struct stage_integers *stage_integers(void);
 // --- Calls ---------------------------------------------------------------------------------------
 
 // What became of the reference of the request's "name" that a read by name releases.
-enum stage_name_reference { stage_name_absent, stage_name_kept, stage_name_released };
+enum stage_name_reference {
+    stage_name_absent, // the request had none
+    stage_name_kept,
+    stage_name_released,
+    stage_name_lost, // released more than once, or one more kept: a violation
+};
 
 struct stage_result {
     int result;
@@ -87,7 +92,7 @@ void stage_end(void);
 // Adds to the violations of the call that runs.
 __attribute__((format(printf, 1, 2))) void stage_add_violation(const char *format, ...);
 
-// Seconds that the last call slept for, and waited for commands that are known to take their time.
+// Seconds that the last call waited: the sum over its effects.
 int stage_seconds(void);
 
 // --- Putting back --------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 #include <stdbool.h>
 #include <stddef.h>
+#include <stdio.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -69,6 +70,9 @@ const char *stage_file(const char *path, size_t *length);
 // The command's output and exit status, matched to the letter; replaces its earlier answer. The output is
 // copied. A command without an answer gives no output and status 0.
 void stage_answer(const char *command, int status, const char *output, size_t length);
+
+// Has popen give the stream that open returns, for outputs that are too long to be held.
+void stage_answer_from(const char *command, FILE *(*open)(void));
 
 // Forgets the answer; false when there is none.
 bool stage_forget_answer(const char *command);

@@ -1,10 +1,8 @@
 // The cloud log of a million lines: the plug-in's answer must be complete and in order, take no more memory
 // than the answer itself, and no time beyond what a line costs. usage: big_log PLUGIN
-#include "plugin/aerolink.h"
+#include "devkit/rehearsal/stage.h"
 
-#include <dlfcn.h>
 #include <json-c/json.h>
-#include <stdbool.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -35,10 +33,7 @@ static size_t make_line(size_t number) {
 }
 
 // What is left of the log: the rest of the text in line, and the lines from next on.
-static struct {
-    size_t next, offset, length;
-    bool open;
-} output;
+static struct { size_t next, offset, length; } output;
 
 static ssize_t read_output(void *cookie, char *buffer, size_t size) {
     (void)cookie;
@@ -56,16 +51,7 @@ static ssize_t read_output(void *cookie, char *buffer, size_t size) {
     return (ssize_t)given;
 }
 
-FILE *popen(const char *command, const char *mode) {
-    (void)command;
-    output.open = true;
-    return fopencookie(NULL, mode, (cookie_io_functions_t){.read = read_output});
-}
-
-int pclose(FILE *pipe) {
-    output.open = false;
-    return fclose(pipe);
-}
+static FILE *open_log(void) { return fopencookie(NULL, "r", (cookie_io_functions_t){.read = read_output}); }
 
 // --- Work, each in a process of its own
 
@@ -89,15 +75,15 @@ static void build_array_beside_a_copy(void) {
     free(copy);
 }
 
-static int (*plugin_log)(struct json_object *in, struct json_object *out);
-
 static void ask_the_plugin(void) {
-    struct json_object *response = json_object_new_object();
-    struct json_object *log = NULL;
-    if (plugin_log(NULL, response) != 0 || output.open) {
+    size_t violations = 0;
+    struct stage_result answer = stage_play(stage_handler_named("aerolink_log"), NULL);
+    stage_violations(&violations);
+    if (answer.result != 0 || violations > 0) {
         fail("the request failed or left the pipe open");
     }
-    json_object_object_get_ex(response, "log", &log);
+    struct json_object *log = NULL;
+    json_object_object_get_ex(answer.response, "log", &log);
     if (!json_object_is_type(log, json_type_array) || json_object_array_length(log) != line_count) {
         fail("the log has not as many lines as there were");
     }
@@ -137,13 +123,20 @@ static struct usage measure(const char *name, void (*work)(void)) {
     return measured;
 }
 
+// Whatever command the plug-in gets the log from has the lines as its output.
 static void load_plugin(const char *path) {
-    void *plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    void *symbol = plugin ? dlsym(plugin, "aerolink_log") : NULL;
-    if (!symbol) {
-        fail(dlerror());
+    const char *error = stage_load(path);
+    if (error) {
+        fail(error);
     }
-    memcpy(&plugin_log, &symbol, sizeof symbol);
+    stage_play(stage_handler_named("aerolink_log"), NULL);
+    size_t count = 0;
+    const struct stage_effect *effects = stage_effects(&count);
+    for (size_t i = 0; i < count; i++) {
+        if (effects[i].kind == stage_popen) {
+            stage_answer_from(effects[i].subject, open_log);
+        }
+    }
 }
 
 int main(int argc, char **argv) {

@@ -2,92 +2,30 @@
 // arguments.
 #include "tests/recorded/player/call.h"
 
-#include "platform/zuutil.h"
-#include "plugin/aerolink.h"
-#include "tests/recorded/player/journal.h"
-#include "tests/recorded/player/platform.h"
+#include "devkit/rehearsal/stage.h"
+#include "tests/recorded/player/effects.h"
 #include "tests/recorded/player/response.h"
 #include "tests/recorded/player/world.h"
 
-#include <dlfcn.h>
 #include <json-c/json.h>
 #include <stdbool.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-typedef int handler_function(struct json_object *in, struct json_object *out);
-
-static void *plugin;
-
-// --- Exported names ------------------------------------------------------------------------------
-
-static const char *const handler_names[] = {
-    "aerolink_ctrl_get",   "aerolink_ctrl_set",      "aerolink_unbind",     "aerolink_bind_info",
-    "aerolink_log",        "aerolink_log_level_set", "aerolink_batch_set",  "aerolink_batch_get",
-    "batch_get_wbf",       "batch_set_wbf",          "designated_customer", "batch_set_common",
-    "batch_set_finch",     "batch_set_heron",        "batch_set_mt",        "batch_set_mt7615",
-    "batch_set_heron_wbf", "batch_set_mt_wbf",       "get_customer_files",  "set_customer_files",
-};
-enum { handler_count = sizeof handler_names / sizeof *handler_names };
-
-static const struct table {
-    const char *name;
-    size_t rows;
-} tables[] = {
-#define TABLE(name)                                                                                          \
-    { #name, sizeof(name) / sizeof(struct batch_entry) }
-    TABLE(batch_list_common), TABLE(batch_list1),       TABLE(batch_list2),
-    TABLE(batch_list_ardea),  TABLE(batch_list_mt76x8), TABLE(batch_list_mt7615),
-    TABLE(batch_list_finch),  TABLE(batch_list_wbf),    TABLE(batch_list_wbf1),
-#undef TABLE
-};
-enum { table_count = sizeof tables / sizeof *tables };
-
-static void *exported_object(const char *name) {
-    void *symbol = dlsym(plugin, name);
-    if (!symbol) {
-        refuse("the plug-in does not export %s", name);
-    }
-    return symbol;
-}
-
-// Stores the function's address in *function, a pointer to function: ISO C has no cast for it.
-static void exported_function(const char *name, void *function) {
-    void *symbol = exported_object(name);
-    memcpy(function, &symbol, sizeof symbol);
-}
-
 void call_load_plugin(const char *path) {
-    plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (!plugin) {
-        refuse("%s", dlerror());
-    }
-    for (size_t i = 0; i < table_count; i++) {
-        exported_object(tables[i].name);
+    const char *error = stage_load(path);
+    if (error) {
+        refuse("%s", error);
     }
 }
 
 // --- Outcome -------------------------------------------------------------------------------------
 
 static void print_state(void) {
-    static const char *const integers[] = {"batch_status", "xwf_enable_flag", "falcon_2g_5g_swap_done"};
-    for (size_t i = 0; i < sizeof integers / sizeof *integers; i++) {
-        const int *integer = exported_object(integers[i]);
-        printf("%s%s=%d", i > 0 ? " " : "", integers[i], *integer);
-    }
-    puts("");
-}
-
-static void check_value_slots(void) {
-    for (size_t i = 0; i < table_count; i++) {
-        const struct batch_entry *table = exported_object(tables[i].name);
-        for (size_t row = 0; row < tables[i].rows; row++) {
-            if (table[row].value) {
-                journal_violation("value left in %s[%zu]", tables[i].name, row);
-            }
-        }
-    }
+    const struct stage_integers *integers = stage_integers();
+    printf("batch_status=%d xwf_enable_flag=%d falcon_2g_5g_swap_done=%d\n", *integers->batch_status,
+           *integers->xwf_enable_flag, *integers->falcon_2g_5g_swap_done);
 }
 
 static struct text configuration_before;
@@ -102,159 +40,71 @@ static void print_configuration(void) {
 }
 
 // response: the section's text, null for a function that has none.
-static void print_outcome(int result, const struct text *response) {
+static void print_outcome(int result, const struct text *response, enum stage_name_reference name) {
     printf("[result]\n%d\n", result);
     if (response) {
         printf("[response]\n%s", text_string(response));
     }
-    printf("[effects]\n%s[state]\n", journal_effects());
+    struct text effects = {0};
+    struct text violations = {0};
+    effects_show(&effects);
+    violations_show(&violations);
+    printf("[effects]\n%s[state]\n", text_string(&effects));
     print_state();
-    printf("%s", journal_violations());
+    if (name == stage_name_kept || name == stage_name_released) {
+        printf("name reference: %s\n", name == stage_name_kept ? "kept" : "released");
+    }
+    printf("%s", text_string(&violations));
     print_configuration();
-}
-
-static void begin_call(struct json_object *request, struct json_object *response) {
-    journal_clear();
-    uci_show(&configuration_before);
-    platform_begin_call(request, response);
-}
-
-static void end_call(int result, const struct text *response) {
-    platform_end_contexts();
-    platform_end_streams();
-    check_value_slots();
-    print_outcome(result, response);
+    text_free(&effects);
+    text_free(&violations);
 }
 
 // --- Handlers ------------------------------------------------------------------------------------
 
-// References that the player holds for the time of a call, so that one that the handler releases can be
-// counted without the object being freed.
-enum { held_references = 8 };
-
-static void hold(struct json_object *object) {
-    for (int i = 0; i < held_references; i++) {
-        json_object_get(object);
-    }
-}
-
-// Gives back the player's own reference and the held ones. How many of them the handler had released;
-// negative when it has kept some.
-static int release(struct json_object *object) {
-    int references = 1;
-    while (object && json_object_put(object) != 1) {
-        references++;
-    }
-    return held_references + 1 - references;
-}
-
-static char *serialise(struct json_object *object) {
-    const char *text = json_object_to_json_string_ext(object, JSON_C_TO_STRING_PLAIN);
-    return copy_bytes(text, strlen(text));
-}
-
-static void report_name_reference(int released) {
-    if (released == 0 || released == 1) {
-        journal_violation("name reference: %s", released ? "released" : "kept");
-    } else {
-        journal_violation("name reference: released %d times", released);
-    }
-}
-
-static struct json_object *name_member(struct json_object *request) {
-    struct json_object *name = NULL;
-    json_object_object_get_ex(request, "name", &name);
-    return name;
-}
-
-// Takes the name out of the request, whose reference it gives back, and reports what became of the
-// references.
-static void settle_references(struct json_object *request, struct json_object *name) {
-    if (name) {
-        json_object_get(name); // stands for the request's own, which the removal gives back
-        json_object_object_del(request, "name");
-        report_name_reference(release(name));
-    }
-    if (request && release(request) != 0) {
-        journal_violation("a reference of the request was released or kept");
-    }
-}
-
-struct handler_call {
-    struct json_object *request, *name, *response;
-    char *request_text;
-};
-
-static struct handler_call begin_handler(struct json_object *request) {
-    struct handler_call call = {request, name_member(request), json_object_new_object(), serialise(request)};
-    hold(call.request);
-    hold(call.name);
-    hold(call.response);
-    begin_call(call.request, call.response);
-    return call;
-}
-
-static void end_handler(struct handler_call *call, int result) {
+static void print_played(struct stage_result outcome) {
     struct text response = {0};
-    response_show(&response, call->response);
-    char *request_text = serialise(call->request);
-    if (strcmp(request_text, call->request_text) != 0) {
-        journal_violation("the request was changed");
-    }
-    settle_references(call->request, call->name);
-    if (release(call->response) != 0) {
-        journal_violation("a reference of the response was released or kept");
-    }
-    end_call(result, &response);
+    response_show(&response, outcome.response);
+    print_outcome(outcome.result, &response, outcome.name);
     text_free(&response);
-    free(request_text);
-    free(call->request_text);
 }
 
-static void run_handler(handler_function *handler, struct json_object *request) {
-    struct handler_call call = begin_handler(request);
-    int result = handler(call.request, call.response);
-    end_handler(&call, result);
+static void run_handler(stage_handler *handler, struct json_object *request) {
+    uci_show(&configuration_before);
+    print_played(stage_play(handler, request));
+    json_object_put(request);
 }
 
 // "batch_set_default model=MODEL dual=0"
 static void run_batch_set_default(const char *header, struct json_object *request) {
-    int (*apply)(struct json_object *, struct json_object *, struct zuci2_context *, const char *, int);
     char model[64];
     int dual = 0;
     if (sscanf(header, "batch_set_default model=%63s dual=%d", model, &dual) != 2) {
         refuse("expected [call batch_set_default model=MODEL dual=0]");
     }
-    exported_function("batch_set_default", &apply);
-    struct handler_call call = begin_handler(request);
-    struct zuci2_context *ctx = zuci2_init();
-    int result = apply(call.request, call.response, ctx, model, dual);
-    platform_free_own_context(ctx);
-    end_handler(&call, result);
-}
-
-static struct api_entity *route_table(uint32_t *count) {
-    struct api_entity *(*entities)(uint32_t *);
-    exported_function("get_api_entity", &entities);
-    return entities(count);
+    uci_show(&configuration_before);
+    print_played(stage_play_default(request, model, dual));
+    json_object_put(request);
 }
 
 // "post /cloud/aerolink/set"
 static void run_route(const char *header, struct json_object *request) {
-    uint32_t count = 0;
-    struct api_entity *routes = route_table(&count);
-    for (uint32_t i = 0; i < count; i++) {
-        size_t method = strlen(routes[i].method);
-        if (strncmp(header, routes[i].method, method) == 0 && header[method] == ' ' &&
-            strcmp(header + method + 1, routes[i].path) == 0) {
-            run_handler(routes[i].handler, request);
-            return;
-        }
+    const char *space = strchr(header, ' ');
+    char *method = copy_bytes(header, space ? (size_t)(space - header) : 0);
+    stage_handler *handler = space ? stage_route(method, space + 1) : NULL;
+    free(method);
+    if (!handler) {
+        refuse("no such route: %s", header);
     }
-    refuse("no such route: %s", header);
+    run_handler(handler, request);
 }
 
 // --- Other functions -----------------------------------------------------------------------------
+
+static void end_call(int result, const struct text *response) {
+    stage_end();
+    print_outcome(result, response, stage_name_absent);
+}
 
 static void expect_arguments(struct json_object *arguments, size_t count) {
     if (!json_object_is_type(arguments, json_type_array) || json_object_array_length(arguments) != count) {
@@ -279,60 +129,46 @@ static int integer_argument(struct json_object *arguments, size_t index) {
 }
 
 static void run_regex_exe(struct json_object *arguments) {
-    int (*match)(const char *, const char *);
-    exported_function("regex_exe", &match);
     expect_arguments(arguments, 2);
-    end_call(match(text_argument(arguments, 0), text_argument(arguments, 1)), NULL);
-}
-
-static void run_without_arguments(const char *name, struct json_object *arguments) {
-    int (*function)(void);
-    exported_function(name, &function);
-    expect_arguments(arguments, 0);
-    end_call(function(), NULL);
+    end_call(stage_functions()->regex_exe(text_argument(arguments, 0), text_argument(arguments, 1)), NULL);
 }
 
 static void run_cmm_net_reachable2(struct json_object *arguments) {
-    run_without_arguments("cmm_net_reachable2", arguments);
+    expect_arguments(arguments, 0);
+    end_call(stage_functions()->cmm_net_reachable2(), NULL);
 }
 
 static void run_wbf_update_fw_type(struct json_object *arguments) {
-    run_without_arguments("wbf_update_fw_type", arguments);
+    expect_arguments(arguments, 0);
+    end_call(stage_functions()->wbf_update_fw_type(), NULL);
 }
 
-static void run_with_text(const char *name, struct json_object *arguments) {
-    int (*function)(const char *);
-    exported_function(name, &function);
+static void run_batch_set_pwd(struct json_object *arguments) {
     expect_arguments(arguments, 1);
-    end_call(function(text_argument(arguments, 0)), NULL);
+    end_call(stage_functions()->batch_set_pwd(text_argument(arguments, 0)), NULL);
 }
-
-static void run_batch_set_pwd(struct json_object *arguments) { run_with_text("batch_set_pwd", arguments); }
 
 static void run_batch_set_language(struct json_object *arguments) {
-    run_with_text("batch_set_language", arguments);
-}
-
-static void run_txpower_band(const char *name, struct json_object *arguments) {
-    int (*set)(int, const char *);
-    exported_function(name, &set);
-    expect_arguments(arguments, 2);
-    end_call(set(integer_argument(arguments, 0), text_argument(arguments, 1)), NULL);
+    expect_arguments(arguments, 1);
+    end_call(stage_functions()->batch_set_language(text_argument(arguments, 0)), NULL);
 }
 
 static void run_txpower_max_2g(struct json_object *arguments) {
-    run_txpower_band("txpower_max_2g", arguments);
+    expect_arguments(arguments, 2);
+    end_call(stage_functions()->txpower_max_2g(integer_argument(arguments, 0), text_argument(arguments, 1)),
+             NULL);
 }
 
 static void run_txpower_max_5g(struct json_object *arguments) {
-    run_txpower_band("txpower_max_5g", arguments);
+    expect_arguments(arguments, 2);
+    end_call(stage_functions()->txpower_max_5g(integer_argument(arguments, 0), text_argument(arguments, 1)),
+             NULL);
 }
 
 static void run_txpower_max_set(struct json_object *arguments) {
-    int (*set)(const char *, const char *, const char *);
-    exported_function("txpower_max_set", &set);
     expect_arguments(arguments, 3);
-    end_call(set(text_argument(arguments, 0), text_argument(arguments, 1), text_argument(arguments, 2)),
+    end_call(stage_functions()->txpower_max_set(text_argument(arguments, 0), text_argument(arguments, 1),
+                                                text_argument(arguments, 2)),
              NULL);
 }
 
@@ -349,8 +185,6 @@ static bool is_guarded(const char *bytes, size_t length) {
 
 // The response is the text in out after success. A size of null gives a null out.
 static void run_get_txpower_max_key(struct json_object *arguments) {
-    int (*derive)(const char *, char *, int);
-    exported_function("get_txpower_max_key", &derive);
     expect_arguments(arguments, 2);
     bool null_out = json_object_array_get_idx(arguments, 1) == NULL;
     int size = null_out ? largest_out : integer_argument(arguments, 1);
@@ -360,9 +194,10 @@ static void run_get_txpower_max_key(struct json_object *arguments) {
     size_t room = size > 0 ? (size_t)size : 0;
     char out[largest_out + guard_size];
     memset(out, guard_byte, sizeof out);
-    int result = derive(text_argument(arguments, 0), null_out ? NULL : out, size);
+    int result =
+        stage_functions()->get_txpower_max_key(text_argument(arguments, 0), null_out ? NULL : out, size);
     if (!is_guarded(out + room, sizeof out - room)) {
-        journal_violation("out was written behind its size");
+        stage_add_violation("out was written behind its size");
     }
     struct text response = {0};
     if (result == 0) {
@@ -373,39 +208,29 @@ static void run_get_txpower_max_key(struct json_object *arguments) {
     text_free(&response);
 }
 
-static const char *handler_name(handler_function *handler) {
-    void *address = NULL;
-    memcpy(&address, &handler, sizeof address);
-    for (size_t i = 0; i < handler_count; i++) {
-        if (dlsym(plugin, handler_names[i]) == address) {
-            return handler_names[i];
-        }
-    }
-    return "(not exported)";
-}
-
 // The response is the route table: METHOD PATH HANDLER; the result is its number of rows.
 static void run_get_api_entity(struct json_object *arguments) {
     expect_arguments(arguments, 0);
     uint32_t count = 0;
     uint32_t count_again = 0;
-    struct api_entity *routes = route_table(&count);
-    if (route_table(&count_again) != routes || count_again != count) {
-        journal_violation("the second call gave another table");
+    const struct api_entity *routes = stage_functions()->get_api_entity(&count);
+    if (stage_functions()->get_api_entity(&count_again) != routes || count_again != count) {
+        stage_add_violation("the second call gave another table");
     }
     struct text response = {0};
     for (uint32_t i = 0; i < count; i++) {
+        const char *name = stage_handler_name(routes[i].handler);
         text_format(&response, "%s %s %s\n", routes[i].method, routes[i].path,
-                    handler_name(routes[i].handler));
+                    name ? name : "(not exported)");
     }
     end_call((int)count, &response);
     text_free(&response);
 }
 
-static void show_table(struct text *out, const struct table *table) {
-    const struct batch_entry *rows = exported_object(table->name);
+static void show_table(struct text *out, const struct stage_table *table) {
+    const struct batch_entry *rows = table->rows;
     text_format(out, "%s\n", table->name);
-    for (size_t row = 0; row < table->rows; row++) {
+    for (size_t row = 0; row < table->row_count; row++) {
         const char *pattern = rows[row].pattern ? rows[row].pattern : "-";
         text_format(out, "%zu %s %s ", row, rows[row].uci_path, rows[row].json_key);
         text_show(out, pattern, strlen(pattern), notation_plain);
@@ -417,10 +242,12 @@ static void show_table(struct text *out, const struct table *table) {
 static void run_tables(struct json_object *arguments) {
     expect_arguments(arguments, 0);
     struct text response = {0};
-    for (size_t i = 0; i < table_count; i++) {
+    size_t count = 0;
+    const struct stage_table *tables = stage_tables(&count);
+    for (size_t i = 0; i < count; i++) {
         show_table(&response, &tables[i]);
     }
-    end_call(table_count, &response);
+    end_call((int)count, &response);
     text_free(&response);
 }
 
@@ -446,21 +273,10 @@ static const struct {
 static bool run_function(const char *name, struct json_object *arguments) {
     for (size_t i = 0; i < sizeof functions / sizeof *functions; i++) {
         if (strcmp(functions[i].name, name) == 0) {
-            begin_call(NULL, NULL);
+            uci_show(&configuration_before);
+            stage_begin();
             functions[i].run(arguments);
             json_object_put(arguments);
-            return true;
-        }
-    }
-    return false;
-}
-
-static bool run_named_handler(const char *name, struct json_object *request) {
-    for (size_t i = 0; i < handler_count; i++) {
-        if (strcmp(handler_names[i], name) == 0) {
-            handler_function *handler = NULL;
-            exported_function(name, &handler);
-            run_handler(handler, request);
             return true;
         }
     }
@@ -472,7 +288,11 @@ void call_run(const char *header, struct json_object *request) {
         run_batch_set_default(header, request);
     } else if (strchr(header, '/')) {
         run_route(header, request);
-    } else if (!run_function(header, request) && !run_named_handler(header, request)) {
-        refuse("unknown function: %s", header);
+    } else if (!run_function(header, request)) {
+        stage_handler *handler = stage_handler_named(header);
+        if (!handler) {
+            refuse("unknown function: %s", header);
+        }
+        run_handler(handler, request);
     }
 }

@@ -38,7 +38,7 @@ static struct {
     size_t calls;
 } reader;
 
-// The whole file; the player's own fopen serves the plug-in alone.
+// The whole file.
 static struct text read_file(const char *path) {
     struct text content = {0};
     char block[4096];
@@ -247,6 +247,7 @@ int main(int argc, char **argv) {
     setvbuf(stdout, NULL, _IOLBF, 0); // what was printed before a crash stays
     setlocale(LC_ALL, "C.UTF-8");     // as a daemon may; the plug-in counts bytes all the same
     call_load_plugin(argv[1]);
+    world_begin();
     if (!several) {
         play_file(argv[2]);
         return 0;

@@ -1,5 +1,8 @@
-// The scripted world: reads the input sections of a case and answers the platform.
+// The world that a case describes.
 #include "tests/recorded/player/world.h"
+
+#include "devkit/rehearsal/option_list.h"
+#include "devkit/rehearsal/world.h"
 
 #include <json-c/json.h>
 #include <stdarg.h>
@@ -62,43 +65,34 @@ static void *grow(void *elements, size_t count, size_t size) {
 enum { longest_repeater_script = 64 };
 
 static struct {
-    char *model, *service_code, *ddns_name; // null: as at the start
+    char *model, *service_code, *ddns_name;
     bool no_ddns_name;
-    bool repeater[longest_repeater_script];
-    size_t repeater_length, repeater_next;
-} device = {.repeater_length = 1};
+} device;
+static bool repeater[longest_repeater_script];
 
-const char *world_model(void) { return device.model ? device.model : "generic"; }
+static const char *or_else(const char *text, const char *otherwise) { return text ? text : otherwise; }
 
-const char *world_service_code(void) { return device.service_code ? device.service_code : "ABCD12345678"; }
-
-const char *world_ddns_name(void) {
-    if (device.no_ddns_name) {
-        return NULL;
-    }
-    return device.ddns_name ? device.ddns_name : "";
-}
-
-bool world_repeater(void) {
-    bool up = device.repeater[device.repeater_next];
-    if (device.repeater_next + 1 < device.repeater_length) {
-        device.repeater_next++;
-    }
-    return up;
+static void set_device(void) {
+    const struct stage_device facts = {
+        .model = or_else(device.model, "generic"),
+        .service_code = or_else(device.service_code, "ABCD12345678"),
+        .ddns_name = device.no_ddns_name ? NULL : or_else(device.ddns_name, ""),
+    };
+    stage_set_device(&facts);
 }
 
 static void script_repeater(const char *value) {
-    device.repeater_length = 0;
-    device.repeater_next = 0;
+    size_t length = 0;
     for (;;) {
         bool up = starts_with(value, "up");
         size_t word = up ? 2 : 4;
-        if ((!up && !starts_with(value, "down")) || device.repeater_length == longest_repeater_script) {
+        if ((!up && !starts_with(value, "down")) || length == longest_repeater_script) {
             refuse("repeater takes up and down, separated by \", \"");
         }
-        device.repeater[device.repeater_length++] = up;
+        repeater[length++] = up;
         value += word;
         if (*value == '\0') {
+            stage_set_repeater(repeater, length);
             return;
         }
         if (!starts_with(value, ", ")) {
@@ -132,79 +126,19 @@ void world_device_line(const char *line) {
     } else {
         refuse("unknown key: %.*s", (int)key, line);
     }
+    set_device();
 }
 
 // --- Configuration -------------------------------------------------------------------------------
 
-static struct uci_entry {
-    char *path;
-    char *value;
-} * uci_entries;
-static size_t uci_count;
-
-static struct uci_entry *uci_find(const char *path) {
-    for (size_t i = 0; i < uci_count; i++) {
-        if (strcmp(uci_entries[i].path, path) == 0) {
-            return &uci_entries[i];
-        }
-    }
-    return NULL;
-}
-
-const char *uci_value(const char *path) {
-    struct uci_entry *entry = uci_find(path);
-    return entry ? entry->value : NULL;
-}
-
-void uci_put(const char *path, const char *value) {
-    struct uci_entry *entry = uci_find(path);
-    char *copy = copy_bytes(value, strlen(value));
-    if (entry) {
-        free(entry->value);
-        entry->value = copy;
-        return;
-    }
-    uci_entries = grow(uci_entries, uci_count, sizeof *uci_entries);
-    uci_entries[uci_count++] = (struct uci_entry){copy_bytes(path, strlen(path)), copy};
-}
-
-static bool is_in(const char *path, const char *section) {
-    size_t length = strlen(section);
-    return strncmp(path, section, length) == 0 && (path[length] == '\0' || path[length] == '.');
-}
-
-bool uci_remove(const char *path) {
-    size_t kept = 0;
-    for (size_t i = 0; i < uci_count; i++) {
-        if (is_in(uci_entries[i].path, path)) {
-            free(uci_entries[i].path);
-            free(uci_entries[i].value);
-        } else {
-            uci_entries[kept++] = uci_entries[i];
-        }
-    }
-    bool removed = kept < uci_count;
-    uci_count = kept;
-    return removed;
-}
-
-int uci_sections(const char *package, const char *type) {
-    int count = 0;
-    size_t length = strlen(package);
-    for (size_t i = 0; i < uci_count; i++) {
-        const char *path = uci_entries[i].path;
-        bool section =
-            strncmp(path, package, length) == 0 && path[length] == '.' && !strchr(path + length + 1, '.');
-        count += section && strcmp(uci_entries[i].value, type) == 0;
-    }
-    return count;
-}
+static struct option_list *configuration;
 
 void uci_show(struct text *out) {
-    for (size_t i = 0; i < uci_count; i++) {
-        text_show(out, uci_entries[i].path, strlen(uci_entries[i].path), notation_plain);
+    for (size_t i = 0; i < option_list_length(configuration); i++) {
+        struct option_list_entry entry = option_list_at(configuration, i);
+        text_show(out, entry.path, strlen(entry.path), notation_plain);
         text_add(out, "=");
-        text_show(out, uci_entries[i].value, strlen(uci_entries[i].value), notation_plain);
+        text_show(out, entry.value, strlen(entry.value), notation_plain);
         text_add(out, "\n");
     }
 }
@@ -212,7 +146,7 @@ void uci_show(struct text *out) {
 void world_uci_line(const char *line) {
     const char *equals = strchr(line, '=');
     if (line[0] == '-') {
-        if (!uci_remove(line + 1)) {
+        if (!option_list_remove(configuration, line + 1)) {
             refuse("not in the configuration: %s", line + 1);
         }
         return;
@@ -222,25 +156,20 @@ void world_uci_line(const char *line) {
     }
     char *path = expand_or_refuse(line, (size_t)(equals - line));
     char *value = expand_or_refuse(equals + 1, strlen(equals + 1));
-    uci_put(path, value);
+    option_list_put(configuration, path, value);
     free(path);
     free(value);
 }
 
 // --- Answers -------------------------------------------------------------------------------------
 
-struct answer_row {
-    struct text text;
-    int times;
-    bool ended; // by a line feed
-};
-
+// What the sections up to here have answered, for those that add to it. "dispatch PATH" stands for the
+// members that another plug-in's route adds.
 static struct answer {
     char *command;
     int status;
     unsigned section;
-    struct answer_row *rows;
-    size_t row_count;
+    struct text output;
 } * answers;
 static size_t answer_count;
 static unsigned section_number;
@@ -257,13 +186,9 @@ static struct answer *answer_find(const char *command) {
 }
 
 static void answer_forget(struct answer *answer) {
-    for (size_t i = 0; i < answer->row_count; i++) {
-        text_free(&answer->rows[i].text);
-    }
-    free(answer->rows);
-    answer->rows = NULL;
-    answer->row_count = 0;
+    text_free(&answer->output);
     answer->status = 0;
+    stage_forget_answer(answer->command);
 }
 
 // The answer of the command, as far as this section has given it; takes over command.
@@ -296,27 +221,28 @@ static bool ends_without_line_feed(const char *shown) {
 }
 
 // after: what follows the arrow, "LINE", " LINE" or "*N LINE".
-static struct answer_row read_answer_row(const char *after) {
-    struct answer_row row = {.times = 1, .ended = true};
+static void read_output(struct text *out, const char *after) {
+    int times = 1;
     if (*after == '*') {
         const char *space = strchr(after, ' ');
-        char *times = copy_bytes(after + 1, space ? (size_t)(space - after - 1) : strlen(after + 1));
-        row.times = number_or_refuse(times, 10000000);
-        free(times);
+        char *number = copy_bytes(after + 1, space ? (size_t)(space - after - 1) : strlen(after + 1));
+        times = number_or_refuse(number, 10000000);
+        free(number);
         after = space ? space : "";
     }
     if (*after == ' ') {
         after++;
     }
-    size_t length = strlen(after);
-    if (ends_without_line_feed(after)) {
-        row.ended = false;
-        length -= 2;
-    }
-    if (!text_expand(&row.text, after, length, notation_plain)) {
+    bool ended = !ends_without_line_feed(after);
+    struct text line = {0};
+    if (!text_expand(&line, after, strlen(after) - (ended ? 0 : 2), notation_plain)) {
         refuse("malformed text: %s", after);
     }
-    return row;
+    text_add(&line, ended ? "\n" : "");
+    for (int time = 0; time < times; time++) {
+        text_append(out, text_string(&line), line.length);
+    }
+    text_free(&line);
 }
 
 void world_answer_line(const char *line) {
@@ -338,96 +264,52 @@ void world_answer_line(const char *line) {
     struct answer *answer = answer_of_section(expand_or_refuse(line, (size_t)(arrow - line)));
     if (status) {
         answer->status = number_or_refuse(status + 4, 255);
-        return;
+    } else {
+        read_output(&answer->output, arrow + 3);
     }
-    answer->rows = grow(answer->rows, answer->row_count, sizeof *answer->rows);
-    answer->rows[answer->row_count++] = read_answer_row(arrow + 3);
+    stage_answer(answer->command, answer->status, text_string(&answer->output), answer->output.length);
 }
 
-int answer_status(const char *command) {
-    struct answer *answer = answer_find(command);
-    return answer ? answer->status : 0;
-}
-
-const struct text *answer_line(const char *command) {
-    struct answer *answer = answer_find(command);
-    return answer && answer->row_count > 0 ? &answer->rows[0].text : NULL;
-}
-
-void answer_output(const char *command, struct text *out) {
-    struct answer *answer = answer_find(command);
-    for (size_t i = 0; answer && i < answer->row_count; i++) {
-        struct answer_row *row = &answer->rows[i];
-        for (int time = 0; time < row->times; time++) {
-            text_append(out, text_string(&row->text), row->text.length);
-            text_add(out, row->ended ? "\n" : "");
-        }
-    }
-}
-
-struct json_object *answer_dispatch(const char *path) {
+static int dispatch(void *context, const char *path, struct json_object *request,
+                    struct json_object *response) {
+    (void)context;
+    (void)request;
     struct text command = {0};
     text_format(&command, "dispatch %s", path);
-    const struct text *members = answer_line(text_string(&command));
+    const struct answer *answer = answer_find(text_string(&command));
     text_free(&command);
-    if (!members) {
-        return NULL;
+    if (!answer || answer->output.length == 0) {
+        return -1;
     }
-    struct json_object *object = json_tokener_parse(text_string(members));
-    if (!json_object_is_type(object, json_type_object)) {
+    struct json_object *members = json_tokener_parse(text_string(&answer->output));
+    if (!json_object_is_type(members, json_type_object)) {
         refuse("dispatch %s is not answered with an object", path);
     }
-    return object;
+    json_object_object_foreach(members, key, value) {
+        json_object_object_add(response, key, json_object_get(value));
+    }
+    json_object_put(members);
+    return 0;
 }
 
 // --- Files ---------------------------------------------------------------------------------------
 
-static struct file {
-    char *path;
-    char *target;
-    int sleeps; // until it exists
-} * files;
-static size_t file_count;
-
-static struct file *file_find(const char *path) {
-    for (size_t i = 0; i < file_count; i++) {
-        if (strcmp(files[i].path, path) == 0) {
-            return &files[i];
-        }
+static void put_late_file(const char *path, const char *after) {
+    size_t digits = strcspn(after, " ");
+    if (strcmp(after + digits, " sleeps") != 0) {
+        refuse("expected PATH after N sleeps: %s after %s", path, after);
     }
-    return NULL;
-}
-
-bool file_exists(const char *path) {
-    struct file *file = file_find(path);
-    return file && file->sleeps == 0;
-}
-
-const char *file_target(const char *path) {
-    struct file *file = file_find(path);
-    return file ? file->target : NULL;
-}
-
-void files_sleep(void) {
-    for (size_t i = 0; i < file_count; i++) {
-        files[i].sleeps -= files[i].sleeps > 0;
-    }
-}
-
-static void file_remove(const char *path) {
-    struct file *file = file_find(path);
-    if (!file) {
-        refuse("no such file: %s", path);
-    }
-    free(file->path);
-    free(file->target);
-    *file = files[--file_count];
+    char *sleeps = copy_bytes(after, digits);
+    stage_put_late_file(path, number_or_refuse(sleeps, 1000));
+    free(sleeps);
 }
 
 // "PATH", "PATH -> TARGET", "PATH after N sleeps" or "-PATH".
 void world_file_line(const char *line) {
     if (line[0] == '-') {
-        file_remove(line + 1);
+        if (!stage_remove_file(line + 1)) {
+            refuse("no such file: %s", line + 1);
+        }
         return;
     }
     if (line[0] != '/') {
@@ -435,51 +317,50 @@ void world_file_line(const char *line) {
     }
     const char *arrow = strstr(line, " -> ");
     const char *after = strstr(line, " after ");
-    size_t length = arrow ? (size_t)(arrow - line) : after ? (size_t)(after - line) : strlen(line);
-    struct file file = {.path = copy_bytes(line, length)};
+    char *path = copy_bytes(line, arrow   ? (size_t)(arrow - line)
+                                  : after ? (size_t)(after - line)
+                                          : strlen(line));
     if (arrow) {
-        file.target = copy_bytes(arrow + 4, strlen(arrow + 4));
+        stage_put_link(path, arrow + 4);
     } else if (after) {
-        size_t digits = strcspn(after + 7, " ");
-        if (strcmp(after + 7 + digits, " sleeps") != 0) {
-            refuse("expected PATH after N sleeps: %s", line);
-        }
-        char *sleeps = copy_bytes(after + 7, digits);
-        file.sleeps = number_or_refuse(sleeps, 1000);
-        free(sleeps);
+        put_late_file(path, after + 7);
+    } else {
+        stage_put_file(path, "", 0);
     }
-    if (file_find(file.path)) {
-        file_remove(file.path);
-    }
-    files = grow(files, file_count, sizeof *files);
-    files[file_count++] = file;
+    free(path);
 }
 
 // --- Faults --------------------------------------------------------------------------------------
 
-static bool faults[fault_count];
-
-bool world_has_fault(enum fault fault) { return faults[fault]; }
-
 void world_fault_line(const char *line) {
-    static const char *const names[fault_count] = {
-        [fault_zuci2_init] = "zuci2_init",
-        [fault_zuci2_set] = "zuci2_set",
-        [fault_zuci2_commit] = "zuci2_commit",
-        [fault_popen] = "popen",
-        [fault_fopen] = "fopen",
-        [fault_crypt_null] = "crypt null",
-        [fault_crypt_star] = "crypt *0",
-        [fault_crypt_long] = "crypt *long",
-        [fault_iwpriv] = "iwpriv",
+    static const char *const names[stage_fault_count] = {
+        [stage_fault_zuci2_init] = "zuci2_init",
+        [stage_fault_zuci2_set] = "zuci2_set",
+        [stage_fault_zuci2_commit] = "zuci2_commit",
+        [stage_fault_popen] = "popen",
+        [stage_fault_fopen] = "fopen",
+        [stage_fault_crypt_null] = "crypt null",
+        [stage_fault_crypt_star] = "crypt *0",
+        [stage_fault_crypt_long] = "crypt *long",
+        [stage_fault_iwpriv] = "iwpriv",
     };
     bool present = line[0] != '-';
     const char *name = present ? line : line + 1;
-    for (size_t i = 0; i < fault_count; i++) {
+    for (size_t i = 0; i < stage_fault_count; i++) {
         if (strcmp(names[i], name) == 0) {
-            faults[i] = present;
+            stage_set_fault((enum stage_fault)i, present);
             return;
         }
     }
     refuse("unknown fault: %s", name);
+}
+
+// --- Beginning -----------------------------------------------------------------------------------
+
+void world_begin(void) {
+    configuration = option_list_new();
+    const struct stage_uci uci = option_list_uci(configuration);
+    stage_set_uci(&uci);
+    stage_set_dispatcher(dispatch, NULL);
+    set_device();
 }

@@ -1,18 +1,31 @@
-// Recording platform: the JSON helpers and the companion plug-in's routes.
+// The JSON helpers and other plug-ins' routes, and the limits of a call.
+#include "devkit/rehearsal/platform.h"
+#include "devkit/rehearsal/record.h"
+#include "devkit/rehearsal/rows.h"
+#include "devkit/rehearsal/stage.h"
+#include "devkit/rehearsal/world_state.h"
 #include "platform/host.h"
 #include "platform/zuutil.h"
-#include "tests/recorded/player/journal.h"
-#include "tests/recorded/player/platform.h"
-#include "tests/recorded/player/world.h"
 
 #include <json-c/json.h>
 
+static bool on;
 static struct json_object *call_request;
 static struct json_object *call_response;
 
+bool platform_is_on(void) { return on; }
+
 void platform_begin_call(struct json_object *request, struct json_object *response) {
+    on = true;
     call_request = request;
     call_response = response;
+}
+
+void platform_end_call(void) {
+    on = false;
+    platform_end_contexts();
+    platform_end_streams();
+    rows_check_values();
 }
 
 static struct json_object *member(struct json_object *object, const char *key) {
@@ -22,6 +35,7 @@ static struct json_object *member(struct json_object *object, const char *key) {
 }
 
 const char *zjson_get_string(struct json_object *object, const char *key) {
+    rows_may_change();
     return json_object_get_string(member(object, key));
 }
 
@@ -36,7 +50,7 @@ int zjson_contain_key(struct json_object *object, const char *key) {
 // Stands for a text that the plug-in must not hand over.
 static struct json_object *new_string(const char *value, const char *key) {
     if (!value) {
-        journal_violation("null text added to the response: %s", key);
+        stage_add_violation("null text added to the response: %s", key);
         return NULL;
     }
     return json_object_new_string(value);
@@ -63,17 +77,9 @@ void zjson_array_add_string(struct json_object *array, const char *value) {
 }
 
 int custom_api_dispatcher(const char *path, struct json_object *request, struct json_object *response) {
-    journal_effect("dispatch", path);
+    record(stage_dispatch, stage_done, path);
     if (request != call_request || response != call_response) {
-        journal_violation("dispatched with other objects than the call's: %s", path);
+        stage_add_violation("dispatched with other objects than the call's: %s", path);
     }
-    struct json_object *members = answer_dispatch(path);
-    if (!members) {
-        return -1;
-    }
-    json_object_object_foreach(members, key, value) {
-        json_object_object_add(response, key, json_object_get(value));
-    }
-    json_object_put(members);
-    return 0;
+    return world.dispatcher ? world.dispatcher(world.dispatcher_context, path, request, response) : -1;
 }
