@@ -186,6 +186,33 @@ bool apply(package &target, const change &wanted) {
     throw invalid_argument();
 }
 
+bool exists(package &content, const path &where) {
+    section *found = content.find(where.section);
+    return found != nullptr && (where.option.empty() || found->find(where.option) != nullptr);
+}
+
+change resolve(package &content, action kind, const path &where) {
+    change result{kind, where.section, where.option, where.value};
+    if (const section *found = content.find(where.section))
+        result.section = found->name;
+    return result;
+}
+
+std::optional<change> make(package &target, action kind, const path &where) {
+    if (where.section.empty())
+        throw invalid_argument();
+    change wanted = resolve(target, kind, where);
+    if (kind == action::set && where.value == "") {
+        if (!target.find(where.section) && !where.option.empty())
+            throw invalid_argument();
+        if (!exists(target, where))
+            return std::nullopt;
+        wanted.kind = action::remove;
+        wanted.value.reset();
+    }
+    return apply(target, wanted) ? std::optional(std::move(wanted)) : std::nullopt;
+}
+
 std::string to_line(std::string_view package_name, const change &made) {
     std::string line;
     for (const prefix &each : prefixes)

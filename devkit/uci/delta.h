@@ -2,6 +2,7 @@
 #pragma once
 
 #include "devkit/uci/package.h"
+#include "devkit/uci/path.h"
 
 #include <cstddef>
 #include <optional>
@@ -30,6 +31,16 @@ struct change {
 
 // Makes the change. False when the package was like that already; throws uci::error when it cannot be made.
 bool apply(package &target, const change &wanted);
+
+// Makes the change that a request asks for: the section may be a selector, and setting the empty value removes. What was
+// made, with the section's own name; nothing when the package was like that already. Throws uci::error.
+std::optional<change> make(package &target, action kind, const path &where);
+
+// The change that a path names, with the section's own name in place of a selector.
+change resolve(package &content, action kind, const path &where);
+
+// Whether there is such a section, or such an option where the path names one.
+bool exists(package &content, const path &where);
 
 // The delta line with its line end.
 std::string to_line(std::string_view package_name, const change &made);

@@ -175,19 +175,6 @@ void session::commit() const {
     file(delta_path_, O_WRONLY).truncate(0);
 }
 
-bool exists(package &content, const path &where) {
-    section *found = content.find(where.section);
-    return found != nullptr && (where.option.empty() || found->find(where.option) != nullptr);
-}
-
-// The change with the section's own name in place of a selector.
-change resolve(package &content, action kind, const path &where) {
-    change result{kind, where.section, where.option, where.value};
-    if (const section *found = content.find(where.section))
-        result.section = found->name;
-    return result;
-}
-
 bool concerns(const change &recorded, const change &wanted) {
     return (wanted.section.empty() || recorded.section == wanted.section) &&
            (wanted.option.empty() || recorded.option == wanted.option);
@@ -232,17 +219,8 @@ void store::record(action kind, const path &where) const {
     if (where.section.empty())
         throw invalid_argument();
     session work(folders_, where.package, file::access::exclusive);
-    change wanted = resolve(work.content, kind, where);
-    if (kind == action::set && where.value == "") {
-        if (!work.content.find(where.section) && !where.option.empty())
-            throw invalid_argument();
-        if (!exists(work.content, where))
-            return;
-        wanted.kind = action::remove;
-        wanted.value.reset();
-    }
-    if (apply(work.content, wanted))
-        work.append(wanted);
+    if (const std::optional<change> made = make(work.content, kind, where))
+        work.append(*made);
 }
 
 std::string store::add(const std::string &name, const std::string &type) const {
