@@ -1,9 +1,22 @@
 // The commands that the front door has in itself.
 #include "tools/front/commands.h"
 
-#include <algorithm>
+#include "tools/plan/command.h"
 
-std::span<const command> own_commands() { return {}; }
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array<command, 3> commands{{
+    {"plan", "says what a request would do", run_plan},
+    {"check", "says which keys of a request have no effect", run_check},
+    {"snapshot", "prints a device as plan takes it", run_snapshot},
+}};
+
+} // namespace
+
+std::span<const command> own_commands() { return commands; }
 
 const command *find_command(const std::string &word) {
     const std::span<const command> known = own_commands();

@@ -1,6 +1,8 @@
 // The programs aerolink-WORD, which are commands of the front door as if they were part of it.
 #include "tools/front/helper.h"
 
+#include "tools/front/places.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -31,11 +33,6 @@ bool is_word(std::string_view text) {
 bool is_program(const fs::path &path) { return access(path.c_str(), X_OK) == 0 && !fs::is_directory(path); }
 
 } // namespace
-
-fs::path own_program() {
-    std::error_code failure;
-    return fs::read_symlink("/proc/self/exe", failure);
-}
 
 std::set<std::string> helper_words() {
     std::set<std::string> words;

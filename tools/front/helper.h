@@ -1,12 +1,8 @@
 // The programs aerolink-WORD, which are commands of the front door as if they were part of it.
 #pragma once
 
-#include <filesystem>
 #include <set>
 #include <string>
-
-// The program itself, links followed.
-std::filesystem::path own_program();
 
 // The words for which there is a program.
 std::set<std::string> helper_words();

@@ -111,7 +111,8 @@ void expect_known_members(json_object *object) {
         static_cast<void>(value);
         if (std::ranges::find(members, std::string_view(name)) != members.end())
             continue;
-        const std::string meant = nearest(name, {members.begin(), members.end()});
+        const std::vector<std::string> known(members.begin(), members.end());
+        const std::string meant = nearest(name, known);
         if (!meant.empty())
             refuse(name, "is no member of a device: \"" + meant + "\" is");
     }

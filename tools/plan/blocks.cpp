@@ -1,0 +1,102 @@
+// What plans of several models have in common.
+#include "tools/plan/blocks.h"
+
+#include <algorithm>
+
+namespace plan {
+
+namespace {
+
+bool is_alike(const key_outcome &one, const key_outcome &other) {
+    return one.key == other.key && one.outcome == other.outcome && one.reason == other.reason &&
+           one.suggestion == other.suggestion &&
+           (one.reason == reason::unset || one.message == other.message);
+}
+
+std::vector<std::string> commands(const request_plan &made) {
+    std::vector<std::string> all;
+    for (const effect &each : made.effects)
+        if (each.kind == stage_system || each.kind == stage_exec || each.kind == stage_fork)
+            all.push_back(each.subject);
+    return all;
+}
+
+bool is_alike(const request_plan &one, const request_plan &other) {
+    return one.result == other.result && one.response == other.response && one.seconds == other.seconds &&
+           std::string_view(one.then) == other.then && one.notes == other.notes &&
+           std::ranges::equal(
+               one.keys, other.keys,
+               [](const key_outcome &left, const key_outcome &right) { return is_alike(left, right); }) &&
+           commands(one) == commands(other);
+}
+
+// "package.section.option" in its parts; a selector has no dot in it.
+block_change parts_of(const option_change &each) {
+    const size_t first = each.path.find('.');
+    const size_t second = each.path.find('.', first + 1);
+    block_change result;
+    result.package = each.path.substr(0, first);
+    result.sections = {each.path.substr(first + 1, second - first - 1)};
+    result.option = second == std::string::npos ? "" : each.path.substr(second + 1);
+    result.from = each.from;
+    result.to = each.to;
+    return result;
+}
+
+// Whether a model's change is one that another model has in a section of another name.
+bool is_counterpart(const block_change &one, const block_change &other) {
+    return one.package == other.package && one.option == other.option && one.to == other.to &&
+           one.from.has_value() == other.from.has_value();
+}
+
+void join(block_change &known, const block_change &next) {
+    if (std::ranges::find(known.sections, next.sections.front()) == known.sections.end())
+        known.sections.push_back(next.sections.front());
+    known.same_from = known.same_from && known.from == next.from;
+}
+
+} // namespace
+
+std::vector<block> blocks_of(const std::vector<request_plan> &made) {
+    std::vector<block> blocks;
+    for (const request_plan &each : made) {
+        const auto known = std::ranges::find_if(
+            blocks, [&](const block &candidate) { return is_alike(candidate.first(), each); });
+        if (known != blocks.end())
+            known->plans.push_back(&each);
+        else
+            blocks.push_back({{&each}});
+    }
+    return blocks;
+}
+
+std::string block_change::path() const {
+    std::string middle;
+    for (const std::string &each : sections)
+        middle += (middle.empty() ? "" : ",") + each;
+    return package + "." + (sections.size() > 1 ? "{" + middle + "}" : middle) +
+           (option.empty() ? "" : "." + option);
+}
+
+std::vector<block_change> changes_of(const block &shown, std::vector<option_change> request_plan::*list) {
+    std::vector<block_change> result;
+    for (const request_plan *made : shown.plans) {
+        // Within one plan no two changes are one.
+        std::vector<bool> taken(result.size());
+        for (const option_change &each : made->*list) {
+            const block_change next = parts_of(each);
+            size_t at = 0;
+            while (at < taken.size() && (taken[at] || !is_counterpart(result[at], next)))
+                ++at;
+            if (at < taken.size()) {
+                taken[at] = true;
+                join(result[at], next);
+            } else {
+                result.push_back(next);
+            }
+        }
+    }
+    return result;
+}
+
+} // namespace plan

@@ -1,0 +1,7 @@
+// The commands `plan`, `check` and `snapshot`.
+#pragma once
+
+// Each takes the words of the command line from its own on; their exit status is that of the program.
+int run_plan(int count, char **words);
+int run_check(int count, char **words);
+int run_snapshot(int count, char **words);

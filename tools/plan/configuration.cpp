@@ -1,0 +1,326 @@
+// A device's configuration while requests are rehearsed on it.
+#include "tools/plan/configuration.h"
+
+#include "devkit/uci/error.h"
+#include "plugin/aerolink.h"
+
+#include <algorithm>
+
+namespace plan {
+
+namespace {
+
+constexpr size_t slots_limit = 256;
+
+std::string joined(const std::vector<std::string> &values) {
+    std::string text;
+    for (const std::string &each : values)
+        text += (&each == values.data() ? "" : " ") + each;
+    return text;
+}
+
+// "name", or "@type[n]" for a section that has none of its own.
+std::string shown_name(const uci::package &content, const uci::section &shown) {
+    if (!shown.anonymous)
+        return shown.name;
+    size_t place = 0;
+    for (const uci::section &each : content.sections) {
+        if (&each == &shown)
+            break;
+        place += each.type == shown.type ? 1 : 0;
+    }
+    return "@" + shown.type + "[" + std::to_string(place) + "]";
+}
+
+std::optional<std::string> value_of(const uci::section *section, const std::string &option) {
+    const auto *found = section == nullptr ? nullptr : const_cast<uci::section *>(section)->find(option);
+    return found == nullptr ? std::nullopt : std::optional(joined(found->values));
+}
+
+const uci::section *named(const uci::package *content, const std::string &name) {
+    return content == nullptr ? nullptr : const_cast<uci::package *>(content)->find(name);
+}
+
+// Collects what differs between two states of a package.
+class comparison {
+public:
+    comparison(const uci::package *before, const uci::package *after,
+               const std::map<std::string, std::string> &written, std::vector<option_change> &out)
+        : before_(before), after_(after), written_(written), out_(out) {}
+
+    void run() {
+        if (before_ != nullptr)
+            for (const uci::section &each : before_->sections)
+                compare(*before_, &each, named(after_, each.name));
+        if (after_ != nullptr)
+            for (const uci::section &each : after_->sections)
+                if (named(before_, each.name) == nullptr)
+                    compare(*after_, nullptr, &each);
+    }
+
+private:
+    void add(std::string path, const std::string &shown, std::optional<std::string> from,
+             std::optional<std::string> to) {
+        if (from == to)
+            return;
+        const auto known = written_.find(path);
+        out_.push_back({known != written_.end() ? known->second : shown, std::move(from), std::move(to)});
+    }
+
+    void compare(const uci::package &owner, const uci::section *from, const uci::section *to) {
+        const uci::section &any = from != nullptr ? *from : *to;
+        const std::string own = owner.name + "." + any.name;
+        const std::string shown = owner.name + "." + shown_name(owner, any);
+        add(own, shown, from == nullptr ? std::nullopt : std::optional(from->type),
+            to == nullptr ? std::nullopt : std::optional(to->type));
+        if (from != nullptr)
+            for (const uci::option &each : from->options)
+                add(own + "." + each.name, shown + "." + each.name, joined(each.values),
+                    value_of(to, each.name));
+        if (to != nullptr)
+            for (const uci::option &each : to->options)
+                if (!value_of(from, each.name))
+                    add(own + "." + each.name, shown + "." + each.name, std::nullopt, joined(each.values));
+    }
+
+    const uci::package *before_;
+    const uci::package *after_;
+    const std::map<std::string, std::string> &written_;
+    std::vector<option_change> &out_;
+};
+
+configuration &self(void *context) { return *static_cast<configuration *>(context); }
+
+} // namespace
+
+void configuration::know_row(const batch_entry &row) {
+    rows_.push_back(&row);
+    know_again(row);
+}
+
+void configuration::know_again(const batch_entry &row) {
+    known_path &known = know(row.uci_path);
+    if (std::ranges::find(known.rows, &row) == known.rows.end())
+        known.rows.push_back(&row);
+}
+
+void configuration::load(const snapshot &device) {
+    for (slot &each : slots_)
+        each.now = {};
+    if (slots_.size() > slots_limit)
+        forget_names();
+    for (const uci::package &each : device.packages) {
+        slot &own = slots_[slot_of(each.name)];
+        own.now.committed = own.now.current = std::make_shared<uci::package>(each);
+    }
+    for (const auto &[name, changes] : device.changes) {
+        uci::package *content = writable(slot_of(name));
+        for (const uci::change &each : changes) {
+            try {
+                if (content != nullptr)
+                    uci::apply(*content, each);
+            } catch (const uci::error &) {
+                continue; // as the store passes over it
+            }
+        }
+    }
+    mark();
+}
+
+// Devices may have packages of any name; what was learned of many of them must not pile up.
+void configuration::forget_names() {
+    slots_.clear();
+    slot_numbers_.clear();
+    paths_.clear();
+    for (const batch_entry *each : rows_)
+        know_again(*each);
+}
+
+stage_uci configuration::functions() {
+    stage_uci table{};
+    table.context = this;
+    table.get = [](void *context, const char *path) { return self(context).get(path); };
+    table.set = [](void *context, const char *path, const char *value) {
+        return self(context).set(path, value);
+    };
+    table.remove = [](void *context, const char *path) { return self(context).remove(path); };
+    table.commit = [](void *context, const char *package) { return self(context).commit(package); };
+    table.commit_all = [](void *context) { self(context).commit_all(); };
+    table.section_count = [](void *context, const char *package, const char *type) {
+        return self(context).section_count(package, type);
+    };
+    table.mark = [](void *context) { self(context).mark(); };
+    table.put_back = [](void *context) { self(context).put_back(); };
+    return table;
+}
+
+void configuration::mark() {
+    for (slot &each : slots_)
+        each.marked = each.now;
+    rows_read_.clear();
+    written_.clear();
+}
+
+void configuration::put_back() {
+    for (slot &each : slots_)
+        each.now = each.marked;
+    rows_read_.clear();
+    written_.clear();
+}
+
+void configuration::fill(const std::string &path, const std::string &value) {
+    const known_path &known = know(path);
+    if (!known.valid || known.where.option.empty())
+        return;
+    slot &own = slots_[known.package];
+    const auto filled =
+        std::make_shared<uci::package>(own.now.current ? *own.now.current : uci::package{own.name, {}});
+    if (filled->find(known.where.section) == nullptr && known.where.section[0] != '@')
+        filled->create(known.where.section, "filled", false);
+    if (uci::section *section = filled->find(known.where.section))
+        section->set(known.where.option, value);
+    own.now.current = own.now.committed = filled;
+}
+
+void configuration::create_package(const std::string &name) {
+    state &now = slots_[slot_of(name)].now;
+    if (!now.current)
+        now.current = now.committed = std::make_shared<uci::package>(uci::package{name, {}});
+}
+
+std::map<std::string, std::string> configuration::written_paths() {
+    std::map<std::string, std::string> result;
+    for (const std::string *each : written_)
+        result.emplace(resolve(*each), *each);
+    return result;
+}
+
+std::vector<option_change> configuration::committed_changes() {
+    const std::map<std::string, std::string> written = written_paths();
+    std::vector<option_change> result;
+    for (const slot &each : slots_)
+        if (each.marked.committed != each.now.committed)
+            comparison(each.marked.committed.get(), each.now.committed.get(), written, result).run();
+    return result;
+}
+
+std::vector<option_change> configuration::recorded_changes() {
+    const std::map<std::string, std::string> written = written_paths();
+    std::vector<option_change> result;
+    for (const slot &each : slots_)
+        if (each.now.committed != each.now.current)
+            comparison(each.now.committed.get(), each.now.current.get(), written, result).run();
+    return result;
+}
+
+std::string configuration::resolve(const std::string &path) {
+    const known_path &known = know(path);
+    if (!known.valid)
+        return "";
+    const uci::section *section = section_of(known);
+    const std::string name = section != nullptr ? section->name : known.where.section;
+    return known.where.package + "." + name + (known.where.option.empty() ? "" : "." + known.where.option);
+}
+
+known_path &configuration::know(std::string_view path) {
+    const auto [entry, is_new] = paths_.try_emplace(std::string(path));
+    known_path &known = entry->second;
+    if (!is_new)
+        return known;
+    try {
+        known.where = uci::parse_path(path);
+        known.valid = !known.where.value;
+        known.package = slot_of(known.where.package);
+    } catch (const uci::error &) {
+        known.valid = false;
+    }
+    return known;
+}
+
+size_t configuration::slot_of(const std::string &package) {
+    const auto [entry, is_new] = slot_numbers_.try_emplace(package, slots_.size());
+    if (is_new)
+        slots_.push_back({package, {}, {}});
+    return entry->second;
+}
+
+// The package to be changed: a copy of its own where another state shares it. Null when there is none.
+uci::package *configuration::writable(size_t number) {
+    shared_package &current = slots_[number].now.current;
+    if (current && current.use_count() > 1)
+        current = std::make_shared<uci::package>(*current);
+    return current.get();
+}
+
+uci::section *configuration::section_of(const known_path &wanted) {
+    const shared_package &current = slots_[wanted.package].now.current;
+    return current ? current->find(wanted.where.section) : nullptr;
+}
+
+const char *configuration::get(const char *path) {
+    const known_path &known = know(path);
+    for (const batch_entry *row : known.rows)
+        if (row->value != nullptr)
+            rows_read_.push_back(row);
+    uci::section *section = known.valid ? section_of(known) : nullptr;
+    const uci::option *option = section == nullptr ? nullptr : section->find(known.where.option);
+    if (option == nullptr)
+        return nullptr;
+    if (!option->is_list)
+        return option->values.front().c_str();
+    joined_ = joined(option->values);
+    return joined_.c_str();
+}
+
+bool configuration::set(const char *path, const char *value) {
+    const known_path &known = know(path);
+    uci::package *content = known.valid ? writable(known.package) : nullptr;
+    if (content == nullptr)
+        return false;
+    uci::path where = known.where;
+    where.value = value;
+    try {
+        uci::make(*content, uci::action::set, where);
+    } catch (const uci::error &) {
+        return false;
+    }
+    written_.push_back(&paths_.find(path)->first);
+    return true;
+}
+
+bool configuration::remove(const char *path) {
+    const known_path &known = know(path);
+    uci::package *content = known.valid ? writable(known.package) : nullptr;
+    if (content == nullptr)
+        return false;
+    try {
+        uci::make(*content, uci::action::remove, known.where);
+    } catch (const uci::error &) {
+        return false;
+    }
+    written_.push_back(&paths_.find(path)->first);
+    return true;
+}
+
+bool configuration::commit(const char *package) {
+    const auto known = slot_numbers_.find(package);
+    if (known == slot_numbers_.end() || !slots_[known->second].now.current)
+        return false;
+    state &now = slots_[known->second].now;
+    now.committed = now.current;
+    return true;
+}
+
+void configuration::commit_all() {
+    for (slot &each : slots_)
+        each.now.committed = each.now.current;
+}
+
+int configuration::section_count(const char *package, const char *type) {
+    const auto known = slot_numbers_.find(package);
+    if (known == slot_numbers_.end() || !slots_[known->second].now.current)
+        return 0;
+    return static_cast<int>(slots_[known->second].now.current->count(type));
+}
+
+} // namespace plan

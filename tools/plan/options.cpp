@@ -1,0 +1,211 @@
+// The command line of `plan`, `check` and `snapshot`.
+#include "tools/plan/options.h"
+
+#include "tools/front/places.h"
+#include "tools/plan/open_file.h"
+#include "tools/plan/snapshot.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
+namespace plan {
+
+namespace {
+
+#define DEVICE_OPTIONS                                                                                       \
+    "  --model MODEL       a device of this model, fresh from the factory\n"                                 \
+    "  --all-models        one of every model; so it is when nothing is asked for\n"                         \
+    "  --device SNAPSHOT   this device: a folder with etc/config (a box's state too), a backup of "          \
+    "sysupgrade,\n"                                                                                          \
+    "                      the text of `uci export` (with --model), or a JSON object; - for standard "       \
+    "input\n"
+
+#define SHARED_OPTIONS                                                                                       \
+    "  REQUEST             a file, - for standard input, or the JSON text itself\n" DEVICE_OPTIONS           \
+    "  --route ROUTE       batch_set (so it is when none is given), set_config, or any other route\n"        \
+    "  --json              as JSON objects, one a line\n"                                                    \
+    "  --plugin FILE       the plug-in (aerolink.so of this installation when none is given)\n"              \
+    "  --companion FILE    the companion plug-in, \"\" for none (that of the kit when none is given)\n"
+
+constexpr size_t request_limit = size_t{16} << 20; // bytes
+
+std::string content_of(const std::string &path) {
+    const descriptor file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file)
+        throw input_error(path + ": " + std::strerror(errno));
+    std::optional<std::string> content = read_all(file, request_limit);
+    if (!content)
+        throw input_error(path + ": larger than " + std::to_string(request_limit) + " bytes");
+    return std::move(*content);
+}
+
+bool is_text(const std::string &given) {
+    const size_t first = given.find_first_not_of(" \t\r\n");
+    return first != std::string::npos && (given[first] == '{' || given[first] == '[' || given[first] == '"');
+}
+
+void expect(bool holds, const char *otherwise) {
+    if (!holds)
+        throw input_error(otherwise);
+}
+
+void expect_one_kind_of_device(const plan_options &chosen) {
+    expect(!chosen.all_models || (chosen.model.empty() && chosen.device.empty()),
+           "--all-models excludes --model and --device");
+}
+
+void expect_agreement(const plan_options &chosen) {
+    expect(!chosen.stream || (chosen.model.empty() && chosen.device.empty() && !chosen.all_models),
+           "--stream reads its devices from standard input, and takes no other");
+    expect_one_kind_of_device(chosen);
+    expect(chosen.request || chosen.stream, "there is no request");
+    expect(!chosen.stream || chosen.request != "-",
+           "standard input cannot be both the stream and the request");
+    expect(chosen.device != "-" || chosen.request != "-",
+           "standard input cannot be both the device and the request");
+}
+
+enum : int {
+    opt_model = 1,
+    opt_all_models,
+    opt_device,
+    opt_route,
+    opt_json,
+    opt_stream,
+    opt_plugin,
+    opt_companion,
+    opt_help
+};
+
+void take(int found, plan_options &out) {
+    switch (found) {
+    case opt_model:
+        out.model = optarg;
+        break;
+    case opt_all_models:
+        out.all_models = true;
+        break;
+    case opt_device:
+        out.device = optarg;
+        break;
+    case opt_route:
+        out.route = optarg;
+        break;
+    case opt_json:
+        out.json = true;
+        break;
+    case opt_stream:
+        out.stream = true;
+        break;
+    case opt_plugin:
+        out.plugin = optarg;
+        break;
+    case opt_companion:
+        out.companion = optarg;
+        break;
+    default:
+        out.help = true;
+    }
+}
+
+// Reads the options, all of which these are; the first other word is at optind then.
+plan_options parse(int count, char **words, const option *known) {
+    plan_options result;
+    result.plugin = installed_plugin();
+    result.companion = installed_companion();
+    for (int found = 0; !result.help && (found = getopt_long(count, words, "", known, nullptr)) != -1;) {
+        if (found == '?') // getopt_long has named the option
+            throw input_error(std::string("see aerolink ") + words[0] + " --help");
+        take(found, result);
+    }
+    return result;
+}
+
+} // namespace
+
+const char *const plan_usage =
+    "usage: aerolink plan [--model MODEL | --all-models | --device SNAPSHOT] [--route ROUTE] [--json] "
+    "REQUEST\n"
+    "       aerolink plan --stream [--route ROUTE] [REQUEST]\n"
+    "\n"
+    "Says what a request would do, without a router.\n"
+    "\n" SHARED_OPTIONS "  --stream            one device a line on standard input, as a JSON object; one "
+    "plan a line on standard output,\n"
+    "                      in their order. Without REQUEST each line has its own, as \"request\" (and "
+    "\"route\").\n"
+    "\n"
+    "Exit status: 0; 1 for wrong use, or input that cannot be read.\n";
+
+const char *const check_usage =
+    "usage: aerolink check [--model MODEL | --all-models | --device SNAPSHOT] [--route ROUTE] [--json] "
+    "REQUEST\n"
+    "       aerolink check --stream [--route ROUTE] [REQUEST]\n"
+    "\n"
+    "Says nothing when every key of a request has an effect on every model asked, else which has none and "
+    "why.\n"
+    "\n" SHARED_OPTIONS "  --stream            one device a line on standard input, as a JSON object\n"
+    "\n"
+    "Exit status: 0; 3 when there is something to say; 1 for wrong use, or input that cannot be read.\n";
+
+const char *const snapshot_usage =
+    "usage: aerolink snapshot [--model MODEL | --all-models | --device SNAPSHOT]\n"
+    "\n"
+    "Prints devices as JSON objects, one a line, as aerolink plan --stream takes them.\n"
+    "\n" DEVICE_OPTIONS "\n"
+    "Exit status: 0; 1 for wrong use, or input that cannot be read.\n";
+
+plan_options parse_options(int count, char **words) {
+    const option known[] = {{"model", required_argument, nullptr, opt_model},
+                            {"all-models", no_argument, nullptr, opt_all_models},
+                            {"device", required_argument, nullptr, opt_device},
+                            {"route", required_argument, nullptr, opt_route},
+                            {"json", no_argument, nullptr, opt_json},
+                            {"stream", no_argument, nullptr, opt_stream},
+                            {"plugin", required_argument, nullptr, opt_plugin},
+                            {"companion", required_argument, nullptr, opt_companion},
+                            {"help", no_argument, nullptr, opt_help},
+                            {nullptr, 0, nullptr, 0}};
+    plan_options result = parse(count, words, known);
+    result.checking = std::strcmp(words[0], "check") == 0;
+    if (result.help)
+        return result;
+    if (optind < count)
+        result.request = words[optind++];
+    if (optind < count)
+        throw input_error(std::string("one request only, not also ") + words[optind]);
+    expect_agreement(result);
+    return result;
+}
+
+plan_options parse_snapshot_options(int count, char **words) {
+    const option known[] = {{"model", required_argument, nullptr, opt_model},
+                            {"all-models", no_argument, nullptr, opt_all_models},
+                            {"device", required_argument, nullptr, opt_device},
+                            {"help", no_argument, nullptr, opt_help},
+                            {nullptr, 0, nullptr, 0}};
+    plan_options result = parse(count, words, known);
+    if (optind < count && !result.help)
+        throw input_error(std::string("what is ") + words[optind] + "?");
+    expect_one_kind_of_device(result);
+    return result;
+}
+
+json_owner read_request(const std::string &given) {
+    const bool is_file = given == "-" || !is_text(given);
+    const std::string text = is_file ? content_of(given) : given;
+    const std::string name = is_file ? given : "the request";
+    try {
+        json_owner request = parse_json(text);
+        if (!json_object_is_type(request.get(), json_type_object))
+            throw input_error("a request is a JSON object");
+        return request;
+    } catch (const input_error &problem) {
+        throw input_error(name + ": " + problem.what());
+    }
+}
+
+} // namespace plan

@@ -1,0 +1,259 @@
+// Plans to be read at a glance.
+#include "tools/plan/plan_text.h"
+
+#include "tools/plan/blocks.h"
+#include "tools/plan/json.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace plan {
+
+namespace {
+
+constexpr size_t label_width = 10;
+
+// A request's and a device's texts must not move the cursor.
+std::string shown(std::string_view text) {
+    std::string out;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = utf8_length(text.substr(at));
+        const auto c = static_cast<unsigned char>(text[at]);
+        const bool is_control = c < 0x20 || c == 0x7f || length == 0 ||
+                                (length == 2 && c == 0xc2 && static_cast<unsigned char>(text[at + 1]) < 0xa0);
+        if (is_control) {
+            std::array<char, 5> code{};
+            std::snprintf(code.data(), code.size(), "\\x%02x", static_cast<unsigned>(c));
+            out += code.data();
+            ++at;
+        } else {
+            out.append(text, at, length);
+            at += length;
+        }
+    }
+    return out;
+}
+
+std::string quoted(const std::optional<std::string> &value) {
+    return value ? "'" + shown(*value) + "'" : "(none)";
+}
+
+class page {
+public:
+    explicit page(const text_style &style) : style_(style) {}
+
+    std::string take() { return std::move(out_); }
+
+    void heading(const std::string &text) {
+        if (!out_.empty())
+            out_ += "\n";
+        out_ += paint("1", text) + "\n";
+    }
+    // colour: as terminals number it, "" for none.
+    void line(const char *colour, const std::string &label, const std::string &text) {
+        out_ += "  " + paint(colour, label) +
+                std::string(label.size() < label_width ? label_width - label.size() : 1, ' ') + text + "\n";
+    }
+    void plain(const std::string &text) { out_ += text + "\n"; }
+
+    std::string paint(const std::string &colour, const std::string &text) const {
+        return style_.colour && !colour.empty() ? "\033[" + colour + "m" + text + "\033[0m" : text;
+    }
+    size_t width() const { return style_.width; }
+
+private:
+    text_style style_;
+    std::string out_;
+};
+
+// The names side by side, in lines that fit.
+std::string names_of(const block &shown_block, size_t width) {
+    std::string text;
+    size_t column = 0;
+    for (const request_plan *each : shown_block.plans) {
+        const bool is_last = each == shown_block.plans.back();
+        const std::string name =
+            shown(each->model) + (each->id.empty() ? "" : " " + shown(each->id)) + (is_last ? "" : ",");
+        if (column > 0 && column + 1 + name.size() > width) {
+            text += "\n";
+            column = 0;
+        }
+        text += (column > 0 ? " " : "") + name;
+        column += name.size() + (column > 0 ? 1 : 0);
+    }
+    return text;
+}
+
+const char *colour_of(outcome value) {
+    switch (value) {
+    case outcome::refused:
+        return "31";
+    case outcome::ignored:
+        return "33";
+    case outcome::unknown:
+        return "35";
+    default:
+        return "";
+    }
+}
+
+std::string sentence_of(const key_outcome &each) {
+    std::string text = shown(each.key) + ": " + shown(each.message);
+    if (!each.suggestion.empty())
+        text += "; did you mean " + each.suggestion + "?";
+    return text;
+}
+
+// Models name their options differently, so that the sentence about an empty one may differ within a block.
+std::string sentence_in(const block &shown_block, size_t number) {
+    const key_outcome &own = shown_block.first().keys[number];
+    for (const request_plan *each : shown_block.plans)
+        if (each->keys[number].message != own.message)
+            return shown(own.key) + ": the option holds nothing yet";
+    return sentence_of(own);
+}
+
+void add_findings(page &out, const block &shown_block) {
+    const std::vector<key_outcome> &keys = shown_block.first().keys;
+    for (const outcome kind : {outcome::refused, outcome::ignored, outcome::unknown})
+        for (size_t i = 0; i < keys.size(); ++i)
+            if (keys[i].outcome == kind)
+                out.line(colour_of(kind), to_text(kind), sentence_in(shown_block, i));
+    for (const key_outcome &each : keys)
+        if (!is_finding(each.outcome) && !each.message.empty())
+            out.line("33", "note", sentence_of(each));
+}
+
+void add_changes(page &out, const block &shown_block) {
+    for (const block_change &each : changes_of(shown_block, &request_plan::changes))
+        out.line("32", "change",
+                 each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
+                     quoted(each.to));
+    std::string same;
+    for (const key_outcome &each : shown_block.first().keys)
+        if (each.outcome == outcome::same)
+            same += (same.empty() ? "" : ", ") + shown(each.key);
+    if (!same.empty())
+        out.line("", "same", same);
+    for (const block_change &each : changes_of(shown_block, &request_plan::uncommitted))
+        out.line("33", "unsaved",
+                 each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
+                     quoted(each.to));
+}
+
+std::string first_line(const std::string &text) { return text.substr(0, text.find('\n')); }
+
+// What the effect does to the router besides its configuration; "" for what need not be told.
+std::string deed_of(const effect &each) {
+    switch (each.kind) {
+    case stage_system:
+    case stage_exec:
+    case stage_fork:
+        return each.subject == "uci commit" ? "" : each.subject;
+    case stage_popen:
+        return each.subject;
+    case stage_dispatch:
+        return "(the companion's " + each.subject + ")";
+    case stage_iwpriv:
+        return "iwpriv " + each.subject + " set " + each.parameter + "=" + each.value;
+    case stage_write:
+        return "(writes " + each.subject + ")";
+    default:
+        return "";
+    }
+}
+
+void add_commands(page &out, const block &shown_block) {
+    for (const effect &each : shown_block.first().effects)
+        if (const std::string deed = deed_of(each); each.done && !deed.empty())
+            out.line("36", "run", shown(first_line(deed)));
+}
+
+const char *end_in_words(std::string_view then) {
+    if (then == "reboot")
+        return "the router reboots";
+    if (then == "restart")
+        return "the network restarts";
+    return then == "notify" ? "the cloud client is notified" : "nothing more";
+}
+
+void add_end(page &out, const block &shown_block) {
+    const request_plan &made = shown_block.first();
+    out.line("1", "then", end_in_words(made.then));
+    const std::string when = made.seconds > 0 ? ", after " + std::to_string(made.seconds) + " s" : "";
+    out.line("", "answer", std::to_string(made.result) + " " + shown(made.response) + when);
+    for (const std::string &note : made.notes)
+        out.line("33", "note", shown(note));
+}
+
+// "2 models, 4 keys each: 1 refused, 3 changed"; for several models the sum is about what needs attention.
+std::string sum_of(const std::vector<request_plan> &made) {
+    std::array<size_t, 6> counts{};
+    size_t with_findings = 0;
+    for (const request_plan &each : made) {
+        bool finding = false;
+        for (const key_outcome &key : each.keys) {
+            ++counts.at(static_cast<size_t>(key.outcome));
+            finding = finding || is_finding(key.outcome);
+        }
+        with_findings += finding ? 1 : 0;
+    }
+    if (made.size() > 1)
+        return std::to_string(made.size()) + " models: " +
+               (with_findings == 0 ? "every key has an effect on each"
+                                   : "some key has no effect on " + std::to_string(with_findings));
+    std::string text;
+    for (size_t i = 0; i < counts.size(); ++i)
+        if (counts.at(i) > 0)
+            text += (text.empty() ? "" : ", ") + std::to_string(counts.at(i)) + " " +
+                    to_text(static_cast<outcome>(i));
+    return text.empty() ? "nothing asked" : text;
+}
+
+} // namespace
+
+text_style style_of_output() {
+    text_style style;
+    const char *no_colour = std::getenv("NO_COLOR");
+    const char *terminal = std::getenv("TERM");
+    style.colour = isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || *no_colour == '\0') &&
+                   (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        style.width = size.ws_col;
+    return style;
+}
+
+std::string to_text(const std::vector<request_plan> &made, const text_style &style) {
+    page out(style);
+    for (const block &each : blocks_of(made)) {
+        out.heading(names_of(each, out.width()));
+        add_findings(out, each);
+        add_changes(out, each);
+        add_commands(out, each);
+        add_end(out, each);
+    }
+    out.plain("");
+    out.plain(sum_of(made));
+    return out.take();
+}
+
+std::string findings_of(const request_plan &made) {
+    std::string text;
+    const std::string name =
+        made.id.empty() ? shown(made.model) : shown(made.id) + " (" + shown(made.model) + ")";
+    for (const key_outcome &each : made.keys) {
+        if (!is_finding(each.outcome))
+            continue;
+        text += name + ": " + shown(each.key) + ": " + to_text(each.outcome) + ": " + shown(each.message) +
+                (each.suggestion.empty() ? "" : "; did you mean " + each.suggestion + "?") + "\n";
+    }
+    return text;
+}
+
+} // namespace plan
