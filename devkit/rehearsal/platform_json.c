@@ -28,8 +28,15 @@ void platform_end_call(void) {
     rows_check_values();
 }
 
+static void tell(struct json_object *object, const char *key) {
+    if (object == call_request && world.listener) {
+        world.listener(world.listener_context, key);
+    }
+}
+
 static struct json_object *member(struct json_object *object, const char *key) {
     struct json_object *value = NULL;
+    tell(object, key);
     json_object_object_get_ex(object, key, &value);
     return value;
 }
@@ -44,6 +51,7 @@ int zjson_get_boolean(struct json_object *object, const char *key) {
 }
 
 int zjson_contain_key(struct json_object *object, const char *key) {
+    tell(object, key);
     return json_object_object_get_ex(object, key, NULL);
 }
 

@@ -16,7 +16,7 @@ static const char *const handler_names[] = {
 };
 enum { handler_count = sizeof handler_names / sizeof *handler_names };
 
-static struct stage_functions functions;
+static struct stage_function_set functions;
 
 // Stores the function's address in *function, a pointer to function: ISO C has no cast for it.
 static void find_function(const char *name, void *function) {
@@ -38,7 +38,7 @@ static void find_functions(void) {
     find_function("batch_set_default", &functions.batch_set_default);
 }
 
-const struct stage_functions *stage_functions(void) { return &functions; }
+const struct stage_function_set *stage_functions(void) { return &functions; }
 
 const char *stage_load(const char *plugin_path) {
     plugin = dlopen(plugin_path, RTLD_NOW | RTLD_LOCAL);

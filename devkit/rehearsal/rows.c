@@ -25,7 +25,7 @@ enum {
     integer_count = 3
 };
 
-static struct stage_integers integers;
+static struct stage_integer_set integers;
 static struct batch_entry *rows[row_count]; // of all tables
 
 struct state {
@@ -73,7 +73,7 @@ const struct stage_table *stage_tables(size_t *count) {
     return tables;
 }
 
-const struct stage_integers *stage_integers(void) { return &integers; }
+const struct stage_integer_set *stage_integers(void) { return &integers; }
 
 // --- The row that a walk is at -------------------------------------------------------------------
 

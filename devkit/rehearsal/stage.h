@@ -31,7 +31,7 @@ const char *stage_handler_name(stage_handler *handler); // null when it has none
 
 // The exported functions of other types; null where the plug-in lacks one. To be called between stage_begin
 // and stage_end.
-struct stage_functions {
+struct stage_function_set {
     struct api_entity *(*get_api_entity)(uint32_t *count);
     int (*regex_exe)(const char *pattern, const char *text);
     int (*cmm_net_reachable2)(void);
@@ -45,7 +45,7 @@ struct stage_functions {
     int (*batch_set_default)(struct json_object *in, struct json_object *out, struct zuci2_context *ctx,
                              const char *model, int dual);
 };
-const struct stage_functions *stage_functions(void);
+const struct stage_function_set *stage_functions(void);
 
 struct stage_table {
     const char *name;
@@ -55,10 +55,10 @@ struct stage_table {
 const struct stage_table *stage_tables(size_t *count); // every batch table
 
 // The exported integers; a play may set them.
-struct stage_integers {
+struct stage_integer_set {
     int *batch_status, *xwf_enable_flag, *falcon_2g_5g_swap_done;
 };
-const struct stage_integers *stage_integers(void);
+const struct stage_integer_set *stage_integers(void);
 
 // --- Calls ---------------------------------------------------------------------------------------
 

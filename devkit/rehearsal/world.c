@@ -145,6 +145,11 @@ void stage_set_dispatcher(stage_dispatcher *dispatcher, void *context) {
     world.dispatcher_context = context;
 }
 
+void stage_set_listener(stage_listener *listener, void *context) {
+    world.listener = listener;
+    world.listener_context = context;
+}
+
 void stage_set_acting(bool acting) { world.acting = acting; }
 
 void stage_set_fault(enum stage_fault fault, bool present) { world.faults[fault] = present; }

@@ -83,6 +83,10 @@ typedef int stage_dispatcher(void *context, const char *path, struct json_object
                              struct json_object *response);
 void stage_set_dispatcher(stage_dispatcher *dispatcher, void *context);
 
+// Told of each member of the request that the plug-in asks for, whether it is there or not. Null: nobody.
+typedef void stage_listener(void *context, const char *member);
+void stage_set_listener(stage_listener *listener, void *context);
+
 // Whether commands and written files act on the world. While false (as at the start) commands do and answer
 // only what was scripted with stage_answer, and a file that is written stays out of the world. While true a
 // command that was not scripted is understood by its form (commands.c): one that asks is answered from the

@@ -17,6 +17,8 @@ struct world {
     size_t repeater_answers, repeater_next;
     stage_dispatcher *dispatcher;
     void *dispatcher_context;
+    stage_listener *listener;
+    void *listener_context;
     bool acting;
     bool faults[stage_fault_count];
     int slept;                   // how often

@@ -23,7 +23,7 @@ void call_load_plugin(const char *path) {
 // --- Outcome -------------------------------------------------------------------------------------
 
 static void print_state(void) {
-    const struct stage_integers *integers = stage_integers();
+    const struct stage_integer_set *integers = stage_integers();
     printf("batch_status=%d xwf_enable_flag=%d falcon_2g_5g_swap_done=%d\n", *integers->batch_status,
            *integers->xwf_enable_flag, *integers->falcon_2g_5g_swap_done);
 }
