@@ -80,6 +80,9 @@ void rehearsal::set_device(const snapshot &device) {
             return own.companion_.run(path, request, response);
         },
         this);
+    stage_set_listener(
+        [](void *self, const char *member) { static_cast<rehearsal *>(self)->asked_for_.insert(member); },
+        this);
     stage_set_acting(true);
     put_files(device);
     if (device.full_read_done) {
