@@ -32,8 +32,9 @@ struct change {
 // Makes the change. False when the package was like that already; throws uci::error when it cannot be made.
 bool apply(package &target, const change &wanted);
 
-// Makes the change that a request asks for: the section may be a selector, and setting the empty value removes. What was
-// made, with the section's own name; nothing when the package was like that already. Throws uci::error.
+// Makes the change that a request asks for: the section may be a selector, and setting the empty value
+// removes. What was made, with the section's own name; nothing when the package was like that already. Throws
+// uci::error.
 std::optional<change> make(package &target, action kind, const path &where);
 
 // The change that a path names, with the section's own name in place of a selector.
