@@ -161,7 +161,7 @@ void append_member(std::string &out, const char *name, std::string_view value) {
     append_json(out, value);
 }
 
-void append_member(std::string &out, const char *name, bool value) {
+void append_flag(std::string &out, const char *name, bool value) {
     out += std::string(", \"") + name + (value ? "\": true" : "\": false");
 }
 
@@ -225,10 +225,10 @@ std::string to_json(const snapshot &device) {
     if (device.service_code)
         append_member(out, "service_code", *device.service_code);
     append_member(out, "ddns_name", device.ddns_name);
-    append_member(out, "repeater", device.repeater);
-    append_member(out, "internet", device.internet);
-    append_member(out, "reboot_pending", device.reboot_pending);
-    append_member(out, "full_read_done", device.full_read_done);
+    append_flag(out, "repeater", device.repeater);
+    append_flag(out, "internet", device.internet);
+    append_flag(out, "reboot_pending", device.reboot_pending);
+    append_flag(out, "full_read_done", device.full_read_done);
     append_member(out, "companion", companion_names.at(static_cast<size_t>(device.companion)));
     if (device.companion == companion_state::starting)
         out += ", \"companion_seconds\": " + std::to_string(device.companion_seconds);
