@@ -40,11 +40,10 @@ static bool is_echo_option(const char *text) {
 static void echo_into_file(struct run *run) {
     const char *text = is_echo_option(run->parts[0]) ? "" : run->parts[0];
     bool ends = text == run->parts[0] || !strchr(run->parts[0], 'n');
-    size_t length = strlen(text);
-    char *content = record_memory(length + 2);
-    memcpy(content, text, length);
-    content[length] = ends ? '\n' : '\0';
-    stage_put_file(run->parts[1], content, length + ends);
+    char *content = record_memory(strlen(text) + 2);
+    strcpy(content, text);
+    strcat(content, ends ? "\n" : "");
+    stage_put_file(run->parts[1], content, strlen(content));
 }
 
 static void remove_file(struct run *run) { run->answer.status = stage_remove_file(run->parts[0]) ? 0 : 1; }
@@ -69,7 +68,7 @@ static void show_file(struct run *run) {
 static void show_key_of_file(struct run *run) {
     const char *content = stage_file(run->parts[0], NULL);
     const struct filter filter = {
-        .kind = filter_word, .pattern = run->parts[1], .separator = '=', .field = 2};
+        .kind = filter_word, .pattern = run->parts[1], .separator = '=', .first = 2, .last = 2};
     run->answer.output = filter_lines(content, &filter, &run->answer.length);
 }
 
@@ -81,7 +80,7 @@ static void show_match_in_file(struct run *run) {
         return;
     }
     const struct filter filter = {
-        .kind = filter_expression, .pattern = run->parts[0], .separator = '\'', .field = 4};
+        .kind = filter_expression, .pattern = run->parts[0], .separator = '\'', .first = 4, .last = 4};
     run->answer.output = filter_lines(content, &filter, &run->answer.length);
 }
 
@@ -118,13 +117,15 @@ static void ping(struct run *run) {
     answer_line(run, world.device.internet ? "0" : "1");
 }
 
-// logread|grep WORD|cut -d ":" -n -fLIST: the fields from the first one of the list on
+// logread|grep WORD|cut -d ":" -n -fFIRST,...,LAST
 static void show_log(struct run *run) {
+    const char *last = strrchr(run->parts[1], ',');
     const struct filter filter = {.kind = filter_text,
                                   .pattern = run->parts[0],
                                   .separator = ':',
-                                  .field = atoi(run->parts[1]),
-                                  .rest = true};
+                                  .first = atoi(run->parts[1]),
+                                  .last = atoi(last ? last + 1 : run->parts[1]),
+                                  .whole_line_without_separator = true};
     run->answer.output = filter_lines(world.device.log, &filter, &run->answer.length);
 }
 

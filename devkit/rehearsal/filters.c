@@ -62,17 +62,29 @@ static struct line cut_before(struct line line, char separator) {
     return (struct line){line.text, end ? (size_t)(end - line.text) : line.length};
 }
 
-static struct line shown_part(struct line line, const struct filter *filter) {
-    if (filter->rest && !memchr(line.text, filter->separator, line.length)) {
-        return line;
+static char *append(char *end, struct line line) {
+    memcpy(end, line.text, line.length);
+    return end + line.length;
+}
+
+// Appends what the filter shows of the line, without a line end; the new end.
+static char *show_fields(struct line line, const struct filter *filter, char *end) {
+    if (filter->whole_line_without_separator && !memchr(line.text, filter->separator, line.length)) {
+        return append(end, line);
     }
-    for (int field = 1; field < filter->field; field++) {
-        size_t skipped = cut_before(line, filter->separator).length;
-        skipped += skipped < line.length;
-        line.text += skipped;
-        line.length -= skipped;
+    for (int number = 1; number <= filter->last; number++) {
+        struct line field = cut_before(line, filter->separator);
+        if (number > filter->first) {
+            *end++ = filter->separator;
+        }
+        if (number >= filter->first) {
+            end = append(end, field);
+        }
+        size_t taken = field.length + (field.length < line.length);
+        line.text += taken;
+        line.length -= taken;
     }
-    return filter->rest ? line : cut_before(line, filter->separator);
+    return end;
 }
 
 static size_t show_lines(const char *text, const struct filter *filter, const regex_t *expression,
@@ -84,9 +96,7 @@ static size_t show_lines(const char *text, const struct filter *filter, const re
         text += line.length;
         text += *text == '\n';
         if (keeps(filter, expression, line)) {
-            struct line part = shown_part(line, filter);
-            memcpy(end, part.text, part.length);
-            end += part.length;
+            end = show_fields(line, filter, end);
             *end++ = '\n';
         }
     }
@@ -115,7 +125,8 @@ const char *filter_lines(const char *text, const struct filter *filter, size_t *
     if (filter->kind == filter_expression && !strpbrk(filter->pattern, "\\.[*^$")) {
         simplest.kind = filter_text;
     }
-    char *out = record_memory(strlen(text) + 2);
+    // A separator more for each missing field of each line.
+    char *out = record_memory((strlen(text) + 2) * (size_t)(filter->last - filter->first + 1));
     *length = simplest.kind == filter_expression ? show_matching_lines(text, filter, out)
                                                  : show_lines(text, &simplest, NULL, out);
     return *length > 0 ? out : NULL;

@@ -15,8 +15,8 @@ struct filter {
     enum filter_kind kind;
     const char *pattern;
     char separator;
-    int field; // from 1
-    bool rest; // and all fields behind it; a line without separator is then shown whole
+    int first, last; // fields, from 1; a missing one is empty
+    bool whole_line_without_separator;
 };
 
 // The fields of the lines that are kept, a line each, for the life of the record; null when there is none.
