@@ -2,22 +2,18 @@
 #include "devkit/apid/access.h"
 
 #include "devkit/apid/startup_error.h"
+#include "devkit/apid/text.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <strings.h>
 
 namespace apid {
 
 namespace {
 
 constexpr size_t max_token = 4096;
-
-bool equal_ignoring_case(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 // A page that was loaded from elsewhere can reach a loopback address through a host name of its own (DNS
 // rebinding), but it cannot make the browser name us here.

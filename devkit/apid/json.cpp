@@ -3,6 +3,9 @@
 
 #include "devkit/apid/text.h"
 
+#include <algorithm>
+#include <string>
+
 namespace apid {
 
 namespace {
@@ -10,6 +13,36 @@ namespace {
 struct tokener_release {
     void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
 };
+
+std::string decode_form(std::string_view text) {
+    std::string spaced(text);
+    std::replace(spaced.begin(), spaced.end(), '+', ' ');
+    return decode_percent(spaced);
+}
+
+void add_name(json_object *request, json_object *text) {
+    json_object *names = json_object_object_get(request, "name");
+    if (names == nullptr) {
+        names = json_object_new_array();
+        json_object_object_add(request, "name", names);
+    }
+    json_object_array_add(names, text);
+}
+
+// False when the parameter is not UTF-8.
+bool add_parameter(json_object *request, std::string_view parameter) {
+    const size_t equals = std::min(parameter.find('='), parameter.size());
+    const std::string key = decode_form(parameter.substr(0, equals));
+    const std::string value = decode_form(parameter.substr(std::min(equals + 1, parameter.size())));
+    if (!is_utf8(key) || !is_utf8(value))
+        return false;
+    json_object *text = json_object_new_string_len(value.data(), static_cast<int>(value.size()));
+    if (key == "name")
+        add_name(request, text);
+    else
+        json_object_object_add(request, key.c_str(), text);
+    return true;
+}
 
 } // namespace
 
@@ -28,18 +61,15 @@ json_ptr parse_object(std::string_view text) {
     return object;
 }
 
-void add_parameter(json_object *request, const char *key, const char *value) {
-    json_object *text = json_object_new_string(value);
-    if (std::string_view(key) != "name") {
-        json_object_object_add(request, key, text);
-        return;
+json_ptr parse_query(std::string_view query) {
+    json_ptr request(json_object_new_object());
+    while (!query.empty()) {
+        const std::string_view parameter = query.substr(0, query.find('&'));
+        query.remove_prefix(std::min(parameter.size() + 1, query.size()));
+        if (!parameter.empty() && !add_parameter(request.get(), parameter))
+            return nullptr;
     }
-    json_object *names = json_object_object_get(request, key);
-    if (names == nullptr) {
-        names = json_object_new_array();
-        json_object_object_add(request, key, names);
-    }
-    json_object_array_add(names, text);
+    return request;
 }
 
 } // namespace apid

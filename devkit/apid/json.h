@@ -18,8 +18,8 @@ constexpr int max_nesting = 32; // objects and arrays around a value
 // thing or nested too deeply.
 json_ptr parse_object(std::string_view text);
 
-// Adds a query parameter: each "name" becomes an element of the array "name", any other key a string, whose
-// last value counts.
-void add_parameter(json_object *request, const char *key, const char *value);
+// The object that a query stands for: each parameter "name" becomes an element of the array "name", any other
+// key a string, whose last value counts. Null when a parameter is not UTF-8.
+json_ptr parse_query(std::string_view query);
 
 } // namespace apid

@@ -16,7 +16,7 @@ namespace apid {
 
 namespace {
 
-constexpr int backlog = 64;
+constexpr int backlog = 1024; // clients that wait while a handler runs
 
 std::optional<in_port_t> parse_port(std::string_view text) {
     in_port_t port = 0;
@@ -130,7 +130,7 @@ endpoint local_endpoint(int socket) {
 }
 
 int open_listener(const endpoint &where) {
-    const int listener = socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int listener = socket(where.address.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (listener < 0)
         throw failure("cannot open a socket");
     const int on = 1;
@@ -147,7 +147,8 @@ void adopt_listener(int socket) {
     if (!is_listening(socket) || local_endpoint(socket).length == 0)
         throw startup_error(exit_failed, "--listen-fd: descriptor " + std::to_string(socket) +
                                              " is not a listening internet socket");
-    if (fcntl(socket, F_SETFD, FD_CLOEXEC) != 0)
+    if (fcntl(socket, F_SETFD, FD_CLOEXEC) != 0 || fcntl(socket, F_SETFL, O_NONBLOCK) != 0 ||
+        listen(socket, backlog) != 0)
         throw failure("--listen-fd");
 }
 

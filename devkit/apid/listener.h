@@ -27,10 +27,10 @@ bool has_address(const endpoint &where, std::string_view address);
 // Where the socket is bound; a length of 0 when that is no internet address.
 endpoint local_endpoint(int socket);
 
-// Opens a listening socket, closed on exec; throws startup_error.
+// Opens a listening socket, closed on exec, that does not block; throws startup_error.
 int open_listener(const endpoint &where);
 
-// Checks that the inherited descriptor is a listening internet socket and has it closed on exec;
+// Checks that the inherited descriptor is a listening internet socket and makes it like one of open_listener;
 // throws startup_error.
 void adopt_listener(int socket);
 

@@ -42,6 +42,11 @@ void run(const options &chosen) {
     syslog(LOG_INFO, "stopped");
 }
 
+void report(const std::exception &error) {
+    syslog(LOG_ERR, "%s", error.what());
+    std::fprintf(stderr, "apid: %s\n", error.what());
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -54,8 +59,10 @@ int main(int argc, char **argv) {
             run(chosen);
         return 0;
     } catch (const startup_error &error) {
-        syslog(LOG_ERR, "%s", error.what());
-        std::fprintf(stderr, "apid: %s\n", error.what());
+        report(error);
         return error.exit_status;
+    } catch (const std::exception &error) {
+        report(error);
+        return exit_failed;
     }
 }

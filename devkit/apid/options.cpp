@@ -27,7 +27,7 @@ const char *const usage =
     "  --help                 this text\n"
     "\n"
     "Prints \"listening on http://ADDRESS:PORT\" when it is ready. Ends on SIGTERM or SIGINT, after\n"
-    "the requests in work.\n";
+    "having answered the requests that are complete.\n";
 
 namespace {
 

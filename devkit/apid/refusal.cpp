@@ -1,74 +1,34 @@
 // What is refused by its request line and header, before any body is read.
 #include "devkit/apid/refusal.h"
 
-#include "devkit/apid/access.h"
 #include "devkit/apid/routes.h"
+#include "devkit/apid/text.h"
 
-#include <charconv>
-#include <strings.h>
 #include <syslog.h>
 
 namespace apid {
 
 namespace {
 
-struct headers {
-    access_headers access;
-    std::optional<std::string_view> content_type, content_length, expect;
-    bool repeated = false;
-};
-
-MHD_Result note_header(void *to, MHD_ValueKind, const char *key, const char *value) {
-    auto &known = *static_cast<headers *>(to);
-    const std::pair<const char *, std::optional<std::string_view> &> slots[] = {
-        {MHD_HTTP_HEADER_HOST, known.access.host},
-        {MHD_HTTP_HEADER_ORIGIN, known.access.origin},
-        {MHD_HTTP_HEADER_AUTHORIZATION, known.access.authorization},
-        {MHD_HTTP_HEADER_CONTENT_TYPE, known.content_type},
-        {MHD_HTTP_HEADER_CONTENT_LENGTH, known.content_length},
-        {MHD_HTTP_HEADER_EXPECT, known.expect},
-    };
-    for (const auto &[name, slot] : slots) {
-        if (strcasecmp(key, name) == 0) {
-            known.repeated = known.repeated || slot.has_value();
-            slot = value == nullptr ? "" : value;
-        }
-    }
-    return MHD_YES;
+bool is_json(const std::optional<std::string> &content_type) {
+    return content_type &&
+           equal_ignoring_case(std::string_view(*content_type).substr(0, content_type->find_first_of("; \t")),
+                               json_type);
 }
 
-headers read_headers(MHD_Connection *connection) {
-    headers known;
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, note_header, &known);
-    return known;
+bool is_expectation_met(const headers &known) {
+    return !known.expect || equal_ignoring_case(*known.expect, "100-continue");
 }
 
-bool is_json(std::optional<std::string_view> content_type) {
-    if (!content_type)
-        return false;
-    const std::string_view type = content_type->substr(0, content_type->find_first_of("; \t"));
-    return type.size() == std::string_view(json_type).size() &&
-           strncasecmp(type.data(), json_type, type.size()) == 0;
-}
-
-bool announces_too_much(std::optional<std::string_view> content_length) {
-    unsigned long long length = 0;
-    if (!content_length)
-        return false;
-    const auto end = content_length->data() + content_length->size();
-    return std::from_chars(content_length->data(), end, length).ec != std::errc() || length > max_body;
-}
-
-std::optional<reply> refuse_access(const headers &known, MHD_Connection *connection,
-                                   const std::string &token) {
-    switch (check_access(known.access, local_endpoint(connection_socket(connection)), token)) {
+std::optional<reply> refuse_access(const headers &known, const endpoint &local, const std::string &token) {
+    switch (check_access({known.host, known.origin, known.authorization}, local, token)) {
     case access::wrong_host:
-        return error_reply(MHD_HTTP_MISDIRECTED_REQUEST, "Host is not this daemon's address");
+        return error_reply(421, "Host is not this daemon's address");
     case access::foreign_origin:
-        return error_reply(MHD_HTTP_FORBIDDEN, "requests from other origins are refused");
+        return error_reply(403, "requests from other origins are refused");
     case access::no_token: {
-        reply refused = error_reply(MHD_HTTP_UNAUTHORIZED, "the token is missing or wrong");
-        refused.header = MHD_HTTP_HEADER_WWW_AUTHENTICATE;
+        reply refused = error_reply(401, "the token is missing or wrong");
+        refused.header = "WWW-Authenticate";
         refused.header_value = "Bearer realm=\"apid\"";
         return refused;
     }
@@ -78,46 +38,50 @@ std::optional<reply> refuse_access(const headers &known, MHD_Connection *connect
     return std::nullopt;
 }
 
-std::optional<reply> refuse_route(const headers &known, const route *target, std::string_view method) {
+std::optional<reply> refuse_route(const request &asked, const route *target) {
     if (target == nullptr)
-        return error_reply(MHD_HTTP_NOT_FOUND, "no such path");
-    if (target->method != method) {
-        reply refused = error_reply(MHD_HTTP_METHOD_NOT_ALLOWED, "the path has another method");
-        refused.header = MHD_HTTP_HEADER_ALLOW;
+        return error_reply(404, "no such path");
+    if (target->method != asked.method) {
+        reply refused = error_reply(405, "the path has another method");
+        refused.header = "Allow";
         refused.header_value = target->method.c_str();
         return refused;
     }
-    if (target->method == MHD_HTTP_METHOD_POST && !is_json(known.content_type))
-        return error_reply(MHD_HTTP_UNSUPPORTED_MEDIA_TYPE, "the body must be application/json");
-    if (announces_too_much(known.content_length))
+    if (target->method == "POST" && !is_json(asked.known.content_type))
+        return error_reply(415, "the body must be application/json");
+    if (announces_too_much(asked.known.content_length.value_or("")))
         return refuse_size();
+    if (!is_expectation_met(asked.known))
+        return error_reply(417, "the expectation is not 100-continue");
     return std::nullopt;
 }
 
 } // namespace
 
-reply error_reply(unsigned status, const char *text) {
-    return {.status = status, .body = std::string(R"({"error":")") + text + "\"}"};
+std::optional<reply> refuse_ambiguity(const request &asked) {
+    const auto &coding = asked.known.transfer_encoding;
+    if (asked.known.repeated)
+        return error_reply(400, "a header is there twice");
+    if (!asked.known.host && asked.is_http_1_1)
+        return error_reply(400, "Host is missing");
+    if (asked.known.content_length && !is_length(*asked.known.content_length))
+        return error_reply(400, "Content-Length is not a number");
+    if (coding && !asked.is_http_1_1)
+        return error_reply(400, "HTTP/1.0 has no transfer codings");
+    if (coding && !equal_ignoring_case(*coding, "chunked"))
+        return error_reply(501, "the transfer coding is not chunked");
+    return std::nullopt;
 }
 
-reply refuse_size() { return error_reply(MHD_HTTP_CONTENT_TOO_LARGE, "the body is larger than 1 MiB"); }
-
-std::optional<reply> refuse_request(MHD_Connection *connection, const route *target, std::string_view method,
+std::optional<reply> refuse_request(const request &asked, const route *target, const endpoint &local,
                                     const std::string &token) {
-    const headers known = read_headers(connection);
-    if (known.repeated)
-        return error_reply(MHD_HTTP_BAD_REQUEST, "a header is there twice");
-    if (auto refused = refuse_access(known, connection, token)) {
+    if (auto refused = refuse_access(asked.known, local, token)) {
         syslog(LOG_NOTICE, "request refused: %s", refused->body.c_str());
         return refused;
     }
-    return refuse_route(known, target, method);
+    return refuse_route(asked, target);
 }
 
-bool waits_for_leave(MHD_Connection *connection) { return read_headers(connection).expect.has_value(); }
-
-int connection_socket(MHD_Connection *connection) {
-    return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
-}
+bool waits_for_leave(const request &asked) { return asked.is_http_1_1 && asked.known.expect.has_value(); }
 
 } // namespace apid

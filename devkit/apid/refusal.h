@@ -1,41 +1,26 @@
 // What is refused by its request line and header, before any body is read.
 #pragma once
 
-#include <cstddef>
-#include <microhttpd.h>
+#include "devkit/apid/request.h"
+
 #include <optional>
-#include <string>
-#include <string_view>
 
 namespace apid {
 
 struct route;
 
-constexpr size_t max_body = size_t{1} << 20;
-constexpr const char *json_type = "application/json";
+// What leaves open who is asked, or where the request ends, so that nothing after it can be understood
+// either: a header that is there twice, a missing Host, an odd length (400), an unknown transfer coding
+// (501).
+std::optional<reply> refuse_ambiguity(const request &asked);
 
-struct reply {
-    unsigned status;
-    std::string body;
-    const char *header = nullptr; // one more header, with its value
-    const char *header_value = nullptr;
-};
-
-// A reply whose body is {"error": text}. The text is ours and needs no escapes.
-reply error_reply(unsigned status, const char *text);
-
-// In this order: a header that is there twice (400), Host (421), Origin (403), token (401), path (404),
-// method (405), content type of a post (415), announced size (413). `target` is null for an unknown path; an
-// empty token stands for "no token wanted". Nothing when the request may go on.
-std::optional<reply> refuse_request(MHD_Connection *connection, const route *target, std::string_view method,
+// In this order: Host (421), Origin (403), token (401), path (404), method (405), content type of a post
+// (415), announced size (413), an expectation (417). `target` is null for an unknown path; `local` is the
+// connection's own end; an empty token stands for "no token wanted". Nothing when the request may go on.
+std::optional<reply> refuse_request(const request &asked, const route *target, const endpoint &local,
                                     const std::string &token);
 
-// A body of more than max_body bytes (413).
-reply refuse_size();
-
 // Whether the client sends its body only after leave was given.
-bool waits_for_leave(MHD_Connection *connection);
-
-int connection_socket(MHD_Connection *connection);
+bool waits_for_leave(const request &asked);
 
 } // namespace apid

@@ -1,7 +1,9 @@
 // Text rules: UTF-8, percent escapes, and what the JSON parser is too lenient about.
 #include "devkit/apid/text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <strings.h>
 
 namespace apid {
 
@@ -65,10 +67,47 @@ size_t well_formed_length(std::string_view text) {
     return at;
 }
 
-// Whether the text, outside of strings, begins with what only json-c takes for JSON.
-bool is_lenient(std::string_view text) {
-    const bool is_point_of_fraction = text.size() > 1 && within(text[1], '0', '9');
-    return text[0] == '\'' || text[0] == 'N' || text[0] == 'I' || (text[0] == '.' && !is_point_of_fraction);
+size_t count_digits(std::string_view text) {
+    const auto *const end =
+        std::find_if_not(text.begin(), text.end(), [](char c) { return within(c, '0', '9'); });
+    return static_cast<size_t>(end - text.begin());
+}
+
+// Bytes of the number that the text begins with, as JSON writes numbers; 0 when it begins with none.
+size_t number_length(std::string_view text) {
+    size_t at = text.starts_with('-') ? 1 : 0;
+    const size_t whole = count_digits(text.substr(at));
+    if (whole == 0 || (whole > 1 && text[at] == '0'))
+        return 0;
+    at += whole;
+    if (text.substr(at).starts_with('.')) {
+        const size_t fraction = count_digits(text.substr(at + 1));
+        if (fraction == 0)
+            return 0;
+        at += 1 + fraction;
+    }
+    if (at < text.size() && (text[at] == 'e' || text[at] == 'E')) {
+        ++at;
+        if (at < text.size() && (text[at] == '+' || text[at] == '-'))
+            ++at;
+        const size_t exponent = count_digits(text.substr(at));
+        if (exponent == 0)
+            return 0;
+        at += exponent;
+    }
+    return at;
+}
+
+bool is_in_number(char c) { return within(c, '0', '9') || c == '-' || c == '+' || c == '.'; }
+
+// Bytes to go on from a place outside of strings; 0 where only json-c takes the text for JSON.
+size_t plain_length(std::string_view text) {
+    if (text[0] == '\'' || text[0] == 'N' || text[0] == 'I')
+        return 0;
+    if (!is_in_number(text[0]))
+        return 1;
+    const size_t length = number_length(text);
+    return length < text.size() && is_in_number(text[length]) ? 0 : length;
 }
 
 } // namespace
@@ -88,35 +127,48 @@ std::string repair_utf8(std::string_view text) {
     }
 }
 
-size_t decode_percent(char *text) {
-    char *out = text;
-    for (const char *in = text; *in != '\0'; ++in) {
+bool is_control(char c) { return (within(c, 0x00, 0x1F) && c != '\t') || c == '\x7F'; }
+
+bool has_control(std::string_view text) { return std::any_of(text.begin(), text.end(), is_control); }
+
+std::string decode_percent(std::string_view text) {
+    std::string decoded;
+    decoded.reserve(text.size());
+    for (size_t at = 0; at < text.size(); ++at) {
+        const std::string_view digits = text.substr(at).substr(1, 2);
         unsigned char byte = 0;
-        if (*in == '%' && in[1] != '\0' && std::from_chars(in + 1, in + 3, byte, 16).ptr == in + 3 &&
-            byte != 0) {
-            *out++ = static_cast<char>(byte);
-            in += 2;
+        if (text[at] == '%' && digits.size() == 2 &&
+            std::from_chars(digits.begin(), digits.end(), byte, 16).ptr == digits.end() && byte != 0) {
+            decoded.push_back(static_cast<char>(byte));
+            at += 2;
         } else {
-            *out++ = *in;
+            decoded.push_back(text[at]);
         }
     }
-    *out = '\0';
-    return static_cast<size_t>(out - text);
+    return decoded;
+}
+
+bool equal_ignoring_case(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
 bool is_plain_json(std::string_view text) {
     bool in_string = false;
-    for (size_t at = 0; at < text.size(); ++at) {
-        const char c = text[at];
-        if (c == '"') {
+    for (size_t at = 0; at < text.size();) {
+        const std::string_view rest = text.substr(at);
+        size_t length = 1;
+        if (rest[0] == '"') {
             in_string = !in_string;
-        } else if (c == '\\') {
-            if (text.substr(at).starts_with("\\u0000"))
-                return false;
-            ++at; // the escaped character is not looked at
-        } else if (in_string ? within(c, 0x00, 0x1F) : is_lenient(text.substr(at))) {
-            return false;
+        } else if (rest[0] == '\\') {
+            length = rest.starts_with("\\u0000") ? 0 : 2; // the escaped character is not looked at
+        } else if (in_string) {
+            length = within(rest[0], 0x00, 0x1F) ? 0 : 1;
+        } else {
+            length = plain_length(rest);
         }
+        if (length == 0)
+            return false;
+        at += length;
     }
     return true;
 }

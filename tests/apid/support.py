@@ -1,5 +1,6 @@
 """Starts the daemon for a test, talks to it, and stops it again."""
 
+import contextlib
 import http.client
 import json
 import os
@@ -85,15 +86,31 @@ def ask(connection, method, path, body=None, headers=None):
 
 
 def read_all(client):
-    received = b""
-    while True:
-        try:
-            piece = client.recv(65536)
-        except ConnectionResetError:
-            return received
-        if not piece:
-            return received
-        received += piece
+    pieces = []
+    with contextlib.suppress(ConnectionResetError):
+        while piece := client.recv(65536):
+            pieces.append(piece)
+    return b"".join(pieces)
+
+
+def replies(received):
+    """What came back on one connection as (status, headers, JSON); fails unless each is whole and well-formed."""
+    found = []
+    while received:
+        head, _, received = received.partition(b"\r\n\r\n")
+        first, *lines = head.decode("ascii").split("\r\n")
+        protocol, status, _ = first.split(" ", 2)
+        headers = [line.split(": ", 1) for line in lines]
+        names = [name.lower() for name, _ in headers]
+        assert protocol == "HTTP/1.1" and len(set(names)) == len(names), head
+        if status == "100":
+            continue
+        headers = dict(zip(names, (value for _, value in headers)))
+        length = int(headers["content-length"])
+        assert headers["content-type"] == "application/json" and len(received) >= length, (head, received)
+        found.append((int(status), headers, json.loads(received[:length])))
+        received = received[length:]
+    return found
 
 
 class DaemonTest(unittest.TestCase):

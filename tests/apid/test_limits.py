@@ -43,7 +43,6 @@ class BodySize(DaemonTest):
                     self.assertEqual(got, status)
                     if status == 413:
                         self.assertEqual(reply, TOO_LARGE)
-                    # The body was read to its end: the connection is good for the next request.
                     self.assertEqual(ask(connection, "GET", "/test/echo")[0], 200)
                     connection.close()
 
@@ -144,7 +143,6 @@ class Time(DaemonTest):
             ("header", b"GET /test/echo HTTP/1.1\r\nHost: localhost\r\n", b"X: y\r\n"),
             ("body", POST + b"Content-Length: 1000\r\n\r\n", b" "),
             ("chunks", POST + b"Transfer-Encoding: chunked\r\n\r\n", b"1\r\n \r\n"),
-            ("refused body", POST.replace(b"localhost", b"other") + b"Content-Length: 1000\r\n\r\n", b" "),
             ("nothing after a reply", b"GET /test/echo HTTP/1.1\r\nHost: localhost\r\n\r\n", b""),
         ]
         with concurrent.futures.ThreadPoolExecutor(len(cases)) as clients:
@@ -159,6 +157,7 @@ class Time(DaemonTest):
         with daemon.connect() as client:
             client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
             client.sendall(b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            client.recv(1)  # the handler, whose time does not count, has ended
             time.sleep(TIMEOUT + 1)
             self.assertLess(len(read_all(client)), 20_000_000)
         self.assertEqual(daemon.get("/test/echo")[0], 200)

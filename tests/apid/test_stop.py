@@ -1,11 +1,12 @@
 """A stop finishes the requests in work and nothing else."""
 
+import contextlib
 import signal
 import socket
 import threading
 import time
 
-from support import DaemonTest, read_all
+from support import DaemonTest, read_all, replies
 
 SLOW = b"GET /test/slow?ms=1200 HTTP/1.1\r\nHost: localhost\r\n\r\n"
 POST = (b"POST /test/echo_post HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
@@ -63,13 +64,47 @@ class Stop(DaemonTest):
         self.assertTrue(received.endswith(b'{"result":0,"response":{"request":{}}}'), received)
         self.assertEqual(daemon.wait(), (0, ""))
 
-    def test_upload_that_never_ends(self):
-        daemon = self.daemon("--timeout", "1")
-        with daemon.connect() as client:
-            client.sendall(POST + b"{ ")
+    def test_requests_that_never_end(self):
+        unfinished = [b"", b"GET", POST, POST + b"{ ", POST.replace(b"localhost", b"other"),
+                      POST.replace(b"Content-Length: 4", b"Transfer-Encoding: chunked") + b"2\r\n{ "]
+        daemons = [self.daemon() for _ in unfinished]
+        with contextlib.ExitStack() as clients:
+            pairs = [[clients.enter_context(daemon.connect()) for _ in range(2)] for daemon in daemons]
+            for (slow, _), sent in zip(pairs, unfinished):
+                slow.sendall(sent)
             time.sleep(0.2)
-            self.check_stop(daemon, 4)
-            self.assertEqual(read_all(client), b"")
+            start = time.monotonic()
+            for daemon, (_, quick) in zip(daemons, pairs):
+                quick.sendall(POST + b"{}  ")  # no time to read it before the signal
+                daemon.process.send_signal(signal.SIGTERM)
+            for daemon, (slow, quick), sent in zip(daemons, pairs, unfinished):
+                with self.subTest(sent=sent):
+                    self.assertEqual(daemon.wait(), (0, ""))
+                    self.assertLess(time.monotonic() - start, 2)
+                    self.assertNotIn(b'"result"', read_all(slow))
+                    self.assertEqual(replies(read_all(quick))[0][0], 200)
+
+    def test_what_is_complete_is_answered(self):
+        daemon = self.daemon()
+        with contextlib.ExitStack() as clients:
+            busy, *waiting = (clients.enter_context(daemon.connect()) for _ in range(20))
+            busy.sendall(SLOW)
+            time.sleep(0.3)
+            late = [clients.enter_context(daemon.connect()) for _ in range(20)]
+            for client in (*waiting, *late):
+                client.sendall(POST + b" {} ")
+            self.check_stop(daemon, 3)
+            for client in (busy, *waiting, *late):
+                (status, headers, _), = replies(read_all(client))
+                self.assertEqual((status, headers["connection"]), (200, "close"))
+
+    def test_reply_that_is_not_taken(self):
+        daemon = self.daemon()
+        with daemon.connect() as client:
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+            client.sendall(b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            client.recv(1000)
+            self.check_stop(daemon, 2)
 
     def test_while_a_reply_is_taken_slowly(self):
         daemon = self.daemon()

@@ -1,0 +1,65 @@
+// Answers whole requests.
+#include "devkit/apid/answer.h"
+
+#include "devkit/apid/exchange.h"
+#include "devkit/apid/request.h"
+#include "devkit/apid/routes.h"
+#include "devkit/apid/trace.h"
+
+#include <syslog.h>
+
+namespace apid {
+
+namespace {
+
+unsigned status_of(int result) {
+    switch (result) {
+    case 0:
+        return 200;
+    case -4: // a value is not acceptable
+        return 422;
+    case -5: // a member is missing
+        return 400;
+    case -24: // the internet is not reachable
+        return 503;
+    default:
+        return 500;
+    }
+}
+
+void trace_request(const request &asked, json_object *object) {
+    if (!trace::is_kept())
+        return;
+    json_object *members = json_object_new_object();
+    json_object_object_add(members, "method", json_object_new_string(asked.method.c_str()));
+    json_object_object_add(members, "path", json_object_new_string(asked.path.c_str()));
+    json_object_object_add(members, "request", json_object_get(object));
+    trace::add("request", members);
+}
+
+void trace_reply(const outcome &done, unsigned status) {
+    if (!trace::is_kept())
+        return;
+    json_object *members = json_object_new_object();
+    json_object_object_add(members, "status", json_object_new_int(static_cast<int>(status)));
+    json_object_object_add(members, "reply", json_tokener_parse(done.body.c_str()));
+    trace::add("reply", members);
+}
+
+} // namespace
+
+reply answer(const request &asked, const route &target) {
+    const bool is_get = target.method == "GET";
+    json_ptr object = is_get ? parse_query(asked.query) : parse_object(asked.body);
+    if (object == nullptr)
+        return error_reply(400, is_get ? "the query is not UTF-8" : "the body is not a JSON object");
+    trace_request(asked, object.get());
+    outcome done = exchange(target, std::move(object));
+    const unsigned status = status_of(done.result);
+    trace_reply(done, status);
+    syslog(LOG_INFO, "%s %s: result %d, status %u", target.method.c_str(), asked.path.c_str(), done.result,
+           status);
+    return {.status = status, .body = std::move(done.body)};
+}
+
+} // namespace apid

@@ -1,0 +1,205 @@
+// Reads requests. The HTTP library parses them; its parser is told nothing that the scanner has not passed.
+#include "devkit/apid/request.h"
+
+#include "devkit/apid/text.h"
+
+#include <algorithm>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <charconv>
+#include <cstdint>
+#include <utility>
+
+namespace apid {
+
+namespace http = boost::beast::http;
+
+namespace {
+
+// The library lets line feeds pass in a quoted extension of a chunk, where others would end the line.
+struct extension_check {
+    void operator()(std::uint64_t, boost::beast::string_view extension,
+                    boost::beast::error_code &error) const {
+        if (has_control({extension.data(), extension.size()}))
+            error = http::error::bad_chunk_extension;
+    }
+};
+
+} // namespace
+
+struct request_reader::parser : http::request_parser<http::string_body> {
+    extension_check check;
+};
+
+namespace {
+
+constexpr size_t max_between_chunks = size_t{16} << 10; // a chunk's header, or the trailer
+
+std::string_view view(boost::beast::string_view text) { return {text.data(), text.size()}; }
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+std::optional<std::string> *slot_of(headers &known, http::field name) {
+    switch (name) {
+    case http::field::host:
+        return &known.host;
+    case http::field::origin:
+        return &known.origin;
+    case http::field::authorization:
+        return &known.authorization;
+    case http::field::content_type:
+        return &known.content_type;
+    case http::field::content_length:
+        return &known.content_length;
+    case http::field::transfer_encoding:
+        return &known.transfer_encoding;
+    case http::field::expect:
+        return &known.expect;
+    default:
+        return nullptr;
+    }
+}
+
+headers read_headers(const http::fields &fields) {
+    headers known;
+    for (const auto &field : fields) {
+        if (auto *slot = slot_of(known, field.name())) {
+            known.repeated = known.repeated || slot->has_value();
+            *slot = view(field.value());
+        }
+    }
+    return known;
+}
+
+// Whether the request line is one but for its version, which is none that is served.
+bool has_other_version(std::string_view head) {
+    const std::string_view line = head.substr(0, head.find('\r'));
+    const std::string_view version = line.substr(line.rfind(' ') + 1);
+    return std::count(line.begin(), line.end(), ' ') == 2 && version.size() == 8 &&
+           version.starts_with("HTTP/") && is_digit(version[5]) && version[6] == '.' && is_digit(version[7]);
+}
+
+// The value of the first Content-Length, for a head that the parser gave up on because of one.
+std::string_view content_length_of(std::string_view head) {
+    constexpr std::string_view name = "\ncontent-length:";
+    const auto same = [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a | 0x20 : a) == b; };
+    const auto found = std::search(head.begin(), head.end(), name.begin(), name.end(), same);
+    if (found == head.end())
+        return "";
+    std::string_view value(found + name.size(), head.end());
+    value = value.substr(0, value.find('\r'));
+    value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
+    return value.substr(0, value.find_last_not_of(" \t") + 1);
+}
+
+reply refuse_head(http::error why, std::string_view head) {
+    if (why == http::error::bad_version && has_other_version(head))
+        return error_reply(505, "neither HTTP/1.1 nor HTTP/1.0");
+    if (why == http::error::bad_content_length && announces_too_much(content_length_of(head)))
+        return refuse_size();
+    return error_reply(400, "the request is malformed: " + make_error_code(why).message());
+}
+
+} // namespace
+
+reply refuse_size() { return error_reply(413, "the body is larger than 1 MiB"); }
+
+bool is_length(std::string_view content_length) {
+    return !content_length.empty() && std::all_of(content_length.begin(), content_length.end(), is_digit);
+}
+
+bool announces_too_much(std::string_view content_length) {
+    unsigned long long length = 0;
+    if (!is_length(content_length))
+        return false;
+    const auto end = content_length.data() + content_length.size();
+    return std::from_chars(content_length.data(), end, length).ec != std::errc() || length > max_body;
+}
+
+request_reader::request_reader() = default;
+request_reader::~request_reader() = default;
+request_reader::request_reader(request_reader &&) noexcept = default;
+request_reader &request_reader::operator=(request_reader &&) noexcept = default;
+
+request_reader::progress request_reader::read(std::string &input) {
+    return parser_ == nullptr ? read_head(input) : read_body(input);
+}
+
+bool request_reader::wants_body() const { return parser_ != nullptr && !parser_->is_done(); }
+
+size_t request_reader::held() const { return parser_ == nullptr ? 0 : parser_->get().body().size(); }
+
+request_reader::progress request_reader::refuse(reply why) {
+    refusal_ = std::move(why);
+    return progress::is_refused;
+}
+
+request_reader::progress request_reader::read_head(std::string &input) {
+    using verdict = head_scanner::verdict;
+    // Some clients end a body with one line end too many.
+    while (scanner_.length() == 0 && input.starts_with("\r\n"))
+        input.erase(0, 2);
+    if (input == "\r")
+        return progress::wants_more;
+    switch (scanner_.scan(input)) {
+    case verdict::incomplete:
+        return progress::wants_more;
+    case verdict::whole:
+        break;
+    case verdict::not_text:
+        return refuse(error_reply(400, "a control character, or a line end other than CR LF, in the header"));
+    case verdict::folded:
+        return refuse(error_reply(400, "a header line begins with a blank"));
+    case verdict::line_too_long:
+        return refuse(error_reply(414, "the request line is longer than 32 KiB"));
+    case verdict::too_long:
+        return refuse(error_reply(431, "the header is larger than 32 KiB"));
+    }
+    const progress found = parse_head(std::string_view(input).substr(0, scanner_.length()));
+    input.erase(0, scanner_.length());
+    return found;
+}
+
+request_reader::progress request_reader::parse_head(std::string_view head) {
+    parser_ = std::make_unique<parser>();
+    parser_->on_chunk_header(parser_->check);
+    parser_->header_limit(max_head);
+    parser_->body_limit(UINT64_MAX); // what is announced is judged with the rest of the header
+    boost::beast::error_code error;
+    parser_->put({head.data(), head.size()}, error);
+    if (error)
+        return refuse(refuse_head(static_cast<http::error>(error.value()), head));
+    parser_->body_limit(max_body);
+    parser_->eager(true);
+
+    const auto &message = parser_->get();
+    const std::string_view target = view(message.target());
+    const size_t question = target.find('?');
+    request_.method = view(message.method_string());
+    request_.path = decode_percent(target.substr(0, question));
+    request_.query = question == std::string_view::npos ? "" : target.substr(question + 1);
+    request_.is_http_1_1 = message.version() == 11;
+    request_.keeps = request_.is_http_1_1 && parser_->keep_alive();
+    request_.known = read_headers(message);
+    return progress::has_head;
+}
+
+request_reader::progress request_reader::read_body(std::string &input) {
+    if (!parser_->is_done() && !input.empty()) {
+        boost::beast::error_code error;
+        input.erase(0, parser_->put({input.data(), input.size()}, error));
+        if (error == http::error::body_limit)
+            return refuse(refuse_size());
+        if (error && error != http::error::need_more)
+            return refuse(error_reply(400, "the body is malformed: " + error.message()));
+    }
+    if (!parser_->is_done()) {
+        if (input.size() > max_between_chunks)
+            return refuse(error_reply(400, "the body is malformed: chunk header or trailer is too long"));
+        return progress::wants_more;
+    }
+    request_.body = std::move(parser_->get().body());
+    return progress::is_whole;
+}
+
+} // namespace apid

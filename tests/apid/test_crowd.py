@@ -1,0 +1,110 @@
+"""Many clients that only cost: an honest one does not notice them."""
+
+import contextlib
+import os
+import resource
+import time
+
+from support import DaemonTest, read_all, replies
+
+HEAD = b"GET /test/echo HTTP/1.1\r\nHost: localhost\r\n"
+POST = b"POST /test/echo_post HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
+CROWD = 500
+AT_ONCE = 1  # seconds; the daemons here would wait for 30, and a busy machine for a few
+
+
+def allow_files(count):
+    """Has this process open that many files, if it may."""
+    _, most = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (min(count, most), most))
+
+
+class Crowd(DaemonTest):
+    @classmethod
+    def setUpClass(cls):
+        files = resource.getrlimit(resource.RLIMIT_NOFILE)
+        cls.addClassCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, files)
+
+    @contextlib.contextmanager
+    def crowd(self, daemon, count, sent):
+        with contextlib.ExitStack() as clients:
+            crowd = [clients.enter_context(daemon.connect()) for _ in range(count)]
+            for client in crowd:
+                client.sendall(sent)
+            yield crowd
+
+    def check_honest(self, daemon):
+        times = []
+        for size in (1, 1000, 100_000):
+            start = time.monotonic()
+            self.assertEqual(daemon.post("/test/echo_post", {"a": "x" * size})[0], 200)
+            times.append(time.monotonic() - start)
+        self.assertLess(min(times), AT_ONCE, times)
+        self.assertLess(max(times), 10 * AT_ONCE, times)
+
+    def test_honest_client_beside_slow_ones(self):
+        kinds = [b"", b"\r\n", b"GET", HEAD, POST + b"Content-Length: 1000000\r\n\r\n{",
+                 POST + b"Transfer-Encoding: chunked\r\n\r\n1\r\n{\r\n",
+                 POST.replace(b"localhost", b"example.com") + b"Content-Length: 1000\r\n\r\n"]
+        for sent in kinds:
+            with self.subTest(sent=sent):
+                daemon = self.daemon()
+                with self.crowd(daemon, CROWD, sent) as crowd:
+                    self.check_honest(daemon)
+                    for client in crowd[-10:]:
+                        with contextlib.suppress(OSError):
+                            client.sendall(b"x")
+                    self.check_honest(daemon)
+
+    def test_slow_clients_are_served_when_there_are_no_more_than_places(self):
+        daemon = self.daemon()
+        with self.crowd(daemon, 400, HEAD) as crowd:
+            self.check_honest(daemon)
+            for client in crowd:
+                client.sendall(b"Connection: close\r\n\r\n")
+            for client in crowd:
+                self.assertEqual([status for status, _, _ in replies(read_all(client))], [200])
+
+    def test_more_clients_than_places(self):
+        allow_files(3000)
+        daemon = self.daemon()
+        with self.crowd(daemon, 900, b"") as crowd:
+            self.check_honest(daemon)
+            # The oldest had to make room, the youngest are still there.
+            self.assertEqual(read_all(crowd[0]), b"")
+            crowd[-1].sendall(HEAD + b"Connection: close\r\n\r\n")
+            self.assertEqual(replies(read_all(crowd[-1]))[0][0], 200)
+
+    def test_replies_that_are_not_taken_make_room_last(self):
+        daemon = self.daemon()
+        with daemon.connect() as taking:
+            taking.sendall(b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n")
+            first = taking.recv(1000)
+            with self.crowd(daemon, 600, b""):
+                self.check_honest(daemon)
+                received = first + read_all(taking)
+        self.assertEqual(len(replies(received)[0][2]["response"]["text"]), 20_000_000)
+
+    def test_few_descriptors(self):
+        daemon = self.daemon(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))
+        with self.crowd(daemon, 200, HEAD):
+            self.check_honest(daemon)
+            # Handlers still have descriptors to run commands with.
+            self.assertGreater(len(daemon.get("/test/child")[2]["response"]["lines"]), 2)
+
+    def test_memory_of_unfinished_bodies_is_bounded(self):
+        daemon = self.daemon()
+        with self.crowd(daemon, 200, POST + b"Content-Length: 1048576\r\n\r\n" + b"{" * 1_000_000):
+            self.check_honest(daemon)
+            with open(f"/proc/{daemon.process.pid}/status", encoding="ascii") as status:
+                resident = next(int(line.split()[1]) for line in status if line.startswith("VmRSS:"))
+        if "asan" not in os.path.basename(daemon.process.args[0]):
+            self.assertLess(resident, 100_000, "kB")
+
+    def test_clients_that_come_and_go(self):
+        daemon = self.daemon()
+        for number in range(2000):
+            with daemon.connect() as client:
+                client.sendall(HEAD[:number % len(HEAD)])
+        self.check_honest(daemon)
+        self.assertLess(len(os.listdir(f"/proc/{daemon.process.pid}/fd")), 40)
