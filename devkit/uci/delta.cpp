@@ -231,7 +231,13 @@ delta parse_delta(std::string_view package_name, std::string_view text) {
     delta result{{}, text.size()};
     lexer source(text);
     try {
+        size_t whole = 0;
         for (std::vector<word> words = source.next(); !words.empty(); words = source.next()) {
+            if (source.consumed() == whole) {
+                result.whole = whole; // its line end is escaped: the next line would be part of it
+                break;
+            }
+            whole = source.consumed();
             try {
                 std::optional<change> line = parse_line(package_name, words.front().text);
                 if (words.size() == 1 && line)

@@ -103,7 +103,8 @@ std::vector<word> lexer::next() {
             words.push_back(read_word());
         }
     }
-    consumed_ = position_;
+    if (words.empty())
+        consumed_ = position_;
     return words;
 }
 

@@ -23,7 +23,8 @@ public:
     // Throws parse_error for a quote that is not closed.
     std::vector<word> next();
 
-    // How much of the text the whole commands so far took.
+    // How much of the text the commands took that had an end so far. Once there is no command left, all of
+    // it.
     size_t consumed() const { return consumed_; }
 
 private:

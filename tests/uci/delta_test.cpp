@@ -92,4 +92,16 @@ TEST(delta, torn_line) {
     }
 }
 
+// Such a line would take the next one for its continuation, and the change in it would be lost.
+TEST(delta, escaped_line_end) {
+    const std::string whole = "net.a.b='1'\n";
+    for (const char *line : {"x\\\n", "net.a.c=1\\\n", "net.a.c='1'\\\r\n"}) {
+        const uci::delta read = uci::parse_delta("net", whole + line);
+        EXPECT_EQ(read.changes.size(), 1U) << line;
+        EXPECT_EQ(read.whole, whole.size()) << line;
+    }
+    for (const char *line : {"x\\\\\n", "# x\\\n", "\\\n"})
+        EXPECT_EQ(uci::parse_delta("net", whole + line).whole, (whole + line).size()) << line;
+}
+
 } // namespace
