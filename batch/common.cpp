@@ -2,6 +2,8 @@
 #include "batch/rows.h"
 
 #include "plugin/command.h"
+#include "plugin/hardened.h"
+#include "plugin/log.h"
 #include "plugin/text.h"
 
 namespace {
@@ -9,10 +11,11 @@ namespace {
 constexpr size_t reboot_flag_limit = 100; // characters
 
 // The flag goes to a file and into batch_status, never into UCI. By contract it enters the command as
-// it is, and a quote or "$(...)" in it is the shell's: who may send a batch may run commands.
+// it is, and a quote or "$(...)" in it is the shell's: who may send a batch may run commands, unless the
+// build is hardened.
 bool set_reboot_flag(const row_step &step) {
     char command[128];
-    if (strlen(step.row->value) > reboot_flag_limit ||
+    if (refuses(step.row->value) || strlen(step.row->value) > reboot_flag_limit ||
         !format(command, "echo \"%s\" >/tmp/reboot_flag", step.row->value))
         return false;
     run(command);
@@ -20,11 +23,15 @@ bool set_reboot_flag(const row_step &step) {
     return true;
 }
 
-// A flag that is too long asks for no reboot.
+// A flag that is refused asks for no reboot.
 void refuse(const row_step &step) {
-    if (equal(step.row->json_key, "reboot_flag"))
+    const bool is_flag = equal(step.row->json_key, "reboot_flag");
+    if (is_flag)
         batch_status = 1;
-    log_refusal(step);
+    if (is_flag && refuses(step.row->value))
+        log_refused(step.row->json_key);
+    else
+        log_refusal(step);
 }
 
 // clang-format off

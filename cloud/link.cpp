@@ -5,10 +5,10 @@
 #include "plugin/cloud_link.h"
 #include "plugin/command.h"
 #include "plugin/customer_file.h"
+#include "plugin/log.h"
 #include "plugin/text.h"
 #include "plugin/uci.h"
 
-#include <json-c/json.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -91,7 +91,7 @@ int wbf_update_fw_type(void) {
 }
 
 int aerolink_ctrl_set(json_object *in, json_object *out) {
-    syslog(LOG_INFO, "set input=%s\n", json_object_to_json_string_ext(in, JSON_C_TO_STRING_PLAIN));
+    log_json("set input", in);
     const link_request request = {
         .enable = zjson_get_boolean(in, "cloud_enable") != 0,
         .check_status = zjson_get_boolean(in, "check_status") != 0,

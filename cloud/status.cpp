@@ -2,11 +2,11 @@
 #include "cloud/zones.h"
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"
+#include "plugin/log.h"
 #include "plugin/text.h"
 #include "plugin/uci.h"
 
 #include <json-c/json.h>
-#include <syslog.h>
 
 namespace {
 
@@ -49,6 +49,6 @@ int aerolink_ctrl_get(json_object *, json_object *out) {
         add_text<64>(out, uci.ctx, "email", "zuconfig.cloud.email");
         add_text<128>(out, uci.ctx, "bindtime", "zuconfig.cloud.bindtime");
     }
-    syslog(LOG_INFO, "output=%s\n", json_object_to_json_string_ext(out, JSON_C_TO_STRING_PLAIN));
+    log_json("output", out);
     return AEROLINK_OK;
 }

@@ -35,6 +35,9 @@ int main() {}
 unset(CMAKE_REQUIRED_LINK_OPTIONS)
 option(AEROLINK_PACKED_RELOCATIONS "Pack the plug-in's relocations" ${AEROLINK_CAN_PACK_RELOCATIONS})
 
+# What it refuses: plugin/hardened.h.
+option(AEROLINK_HARDENED "Refuse values that a shell would interpret, and keep secrets out of the log" OFF)
+
 # aerolink_add_plugin(TARGET): one build of the plug-in as aerolink.so, against the platform libraries that the
 # targets named zuutil and zuwificore give.
 function(aerolink_add_plugin target)
@@ -42,7 +45,7 @@ function(aerolink_add_plugin target)
     set_target_properties(${target} PROPERTIES
         PREFIX "" OUTPUT_NAME aerolink LINKER_LANGUAGE C
         CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-    target_compile_definitions(${target} PRIVATE ${AEROLINK_HOSTS})
+    target_compile_definitions(${target} PRIVATE ${AEROLINK_HOSTS} $<$<BOOL:${AEROLINK_HARDENED}>:AEROLINK_HARDENED>)
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
                            -ffunction-sections -fdata-sections -fstack-protector-strong)
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,--gc-sections -Wl,-z,relro,-z,now

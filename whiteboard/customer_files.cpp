@@ -2,6 +2,7 @@
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"
 #include "plugin/customer_file.h"
+#include "plugin/hardened.h"
 #include "plugin/log.h"
 #include "plugin/text.h"
 
@@ -23,8 +24,8 @@ void write_line(FILE *file, const char *key, const char *value) {
 }
 
 // Starts the download of the logo, which the web pages load by this exact name. By contract the URL enters
-// the command as it is: what follows a blank, ";" or "&" in it is the shell's. False when the URL is too
-// long.
+// the command as it is: what follows a blank, ";" or "&" in it is the shell's, unless the build is
+// hardened. False when the URL is too long.
 bool fetch_logo(const char *url) {
     char command[256];
     if (!format(command, "wget -O /www/src/static/images/custmer.png %s", url))
@@ -33,15 +34,25 @@ bool fetch_logo(const char *url) {
     return true;
 }
 
+// False, and logged, when the URL is refused.
+bool accept_logo(const char *key, const char *url) {
+    if (refuses(url)) {
+        log_refused(key);
+        return false;
+    }
+    if (fetch_logo(url))
+        return true;
+    log_too_long(key);
+    return false;
+}
+
 // Writes the line of one key; a key that the request lacks has none. The side effects need no file.
 void write_key(FILE *file, json_object *in, const char *key) {
     const char *value = zjson_get_string(in, key);
     if (!value)
         return;
-    if (equal(key, "image_url") && !fetch_logo(value)) {
-        log_too_long(key);
+    if (equal(key, "image_url") && !accept_logo(key, value))
         return;
-    }
     if (equal(key, "xwf_enable") && equal(value, "1"))
         xwf_enable_flag = 1;
     write_line(file, key, value);

@@ -4,9 +4,8 @@
 #include "platform/host.h"
 #include "platform/zuutil.h"
 #include "plugin/command.h"
+#include "plugin/log.h"
 
-#include <json-c/json.h>
-#include <syslog.h>
 #include <unistd.h>
 
 namespace {
@@ -35,7 +34,7 @@ int batch_set_wbf(json_object *in, json_object *out) {
     {
         const uci_scope uci;
         const char *model = get_model_name();
-        syslog(LOG_INFO, "input=%s\n", json_object_to_json_string_ext(in, JSON_C_TO_STRING_PLAIN));
+        log_json("input", in);
         set_customer_files(in, out);
         batch_set_common(in, out);
         apply(*cell_of(&family::set_config, model, uci.ctx), in, out, uci.ctx, model);

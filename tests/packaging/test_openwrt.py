@@ -18,6 +18,7 @@ DAEMON_FOLDER = "usr/lib/api"
 PACKAGE_OF = {"libc.so": None, "libcrypt.so": None, "libjson-c.so": "libjson-c", "libzuutil.so": "libzuutil",
               "libzuwificore.so": "libzuwificore"}
 
+HARDENED_TEXT = b"value refused, key = "
 HOST_OPTION = re.compile(r'set\((AEROLINK_HOST_\w+) "([^"]+)" CACHE STRING')
 
 
@@ -61,8 +62,8 @@ class Sdk:
 class SdkTest(unittest.TestCase):
     maxDiff = None
 
-    def new_sdk(self):
-        return Sdk(self.enterContext(tempfile.TemporaryDirectory(prefix="sdk-")))
+    def new_sdk(self, chosen=""):
+        return Sdk(self.enterContext(tempfile.TemporaryDirectory(prefix="sdk-")), chosen)
 
 
 class Statements(SdkTest):
@@ -109,12 +110,14 @@ class Statements(SdkTest):
 
 class Configuration(SdkTest):
     def test_is_the_builds(self):
-        """The same six options with the same defaults, and a change of each builds the package anew."""
+        """The same options with the same defaults, and a change of each builds the package anew."""
         sdk = self.new_sdk()
         options = dict(HOST_OPTION.findall((SOURCE / "cmake/plugin.cmake").read_text(encoding="ascii")))
         self.assertEqual(len(options), 6)
         self.assertEqual(sdk.options(), options)
-        self.assertEqual(sdk.fields()["PKG_CONFIG_DEPENDS"].split(), [f"CONFIG_{name}" for name in options])
+        self.assertEqual(sdk.fields()["PKG_CONFIG_DEPENDS"].split(),
+                         ["CONFIG_AEROLINK_HARDENED"] + [f"CONFIG_{name}" for name in options])
+        self.assertIn("# CONFIG_AEROLINK_HARDENED is not set\n", sdk.config.read_text(encoding="ascii"))
 
     def test_belongs_to_the_package(self):
         sdk = self.new_sdk()
@@ -157,6 +160,12 @@ class Build(SdkTest):
         for name, host in self.hosts.items():
             self.assertIn(host.encode() + b"\0", content, name)
         self.assertNotIn(b".lb.aerolink.example", content)
+
+    def test_hardened_when_chosen(self):
+        self.assertNotIn(HARDENED_TEXT, self.plugin.read_bytes())
+        sdk = self.new_sdk("CONFIG_AEROLINK_HARDENED=y\n")
+        sdk.make("compile")
+        self.assertIn(HARDENED_TEXT, (sdk.out / "package" / DAEMON_FOLDER / "aerolink.so").read_bytes())
 
     def test_dependencies_bring_what_is_needed(self):
         needed = re.findall(r"\(NEEDED\).*\[(.*?\.so)", run("readelf", "--wide", "--dynamic", str(self.plugin)))
