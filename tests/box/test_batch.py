@@ -2,14 +2,13 @@
 
 The model comes from the environment. One router is pushed to, read back, pushed wrong values and rebooted.
 """
-import ctypes
-import hashlib
 import os
 import unittest
-from pathlib import Path
-from typing import NamedTuple
 
+from accounts import md5_crypt, password_digest
+from families import FALCON, FAMILY_OF
 from router import Router, wait_for
+from vocabulary import COMMON, DISABLE_KEYS, HIDDEN_KEYS, TABLES
 
 SET = "/cloud/aerolink/batch_set"
 GET = "/cloud/aerolink/batch_get"
@@ -44,81 +43,6 @@ TIME_ZONE_RULE = "<-03>3"
 
 # Values that the named check refuses.
 REFUSED = {"ssid": "s" * 33, "key": "7 chars", "url": "file:///etc/passwd", "ipv4": "300.1.1"}
-
-DISABLE_KEYS = {"2g_disable", "5g_disable", "guest_2g_disable", "guest_5g_disable"}
-HIDDEN_KEYS = {"2g_hidden", "5g_hidden"}
-KEY_KEYS = {"2g_key", "5g_key", "guest_2g_key", "guest_5g_key"}
-FIRST_TIME = DISABLE_KEYS | HIDDEN_KEYS | KEY_KEYS | {"autoupdate_firmware_path"}
-
-
-class Family(NamedTuple):
-    table: str
-    bandwidth: dict          # the options that the pushed bandwidths end up in
-    htmode_5g: str = "VHT40"  # what is pushed
-    first_time: set = FIRST_TIME  # keys that are written although the option was unset
-    unchecked: tuple = ()  # keys that are written although their check refuses the value, and says so
-
-
-ARDEA_BANDWIDTH = {"wireless.wifi0.htmode": "HT40", "wireless.wifi1.htmode": "HT40"}
-SINGLE_BANDWIDTH = {"wireless.radio0.htmode": "HT40", "wireless.radio0.hwmode": "11g",
-                    "wireless.radio0.noscan": "1"}
-DUAL_BANDWIDTH = {"wireless.radio1.htmode": "HT40", "wireless.radio1.hwmode": "11g",
-                  "wireless.radio1.noscan": "1", "wireless.radio0.htmode": "VHT80",
-                  "wireless.radio0.hwmode": "11a", "wireless.radio0.noscan": "1"}
-
-ARDEA = Family("batch_list_ardea",
-               ARDEA_BANDWIDTH | {"wireless.wifi0.hwmode": "11ng", "wireless.wifi1.hwmode": "11ac"})
-FALCON = Family("batch_list_ardea",
-                ARDEA_BANDWIDTH | {"wireless.wifi1.hwmode": "11axg", "wireless.wifi0.hwmode": "11axa"})
-PLOVER = Family("batch_list_mt76x8", {"wireless.mt7628.htmode": "HT40", "wireless.mt7628.hwmode": "11g",
-                                      "wireless.mt7628.noscan": "1"})
-LINNET = PLOVER._replace(first_time=FIRST_TIME - HIDDEN_KEYS)
-WREN = Family("batch_list_mt7615",
-              {"wireless.mt7615e2.htmode": "HT40", "wireless.mt7615e2.hwmode": "11ng",
-               "wireless.mt7615e2.noscan": "0", "wireless.mt7615e5.htmode": "HT40",
-               "wireless.mt7615e5.hwmode": "11ac", "wireless.mt7615e5.noscan": "0"})
-FINCH = Family("batch_list_finch", SINGLE_BANDWIDTH)
-SINGLE = Family("batch_list2", SINGLE_BANDWIDTH, unchecked=("guest_lan_ip",))
-DUAL = Family("batch_list1", DUAL_BANDWIDTH, htmode_5g="VHT80", unchecked=("guest_lan_ip",))
-OSPREY = DUAL._replace(bandwidth=DUAL_BANDWIDTH | {"wireless.radio0.noscan": "0"})
-
-FAMILY_OF = {
-    "heron": ARDEA, "egret": ARDEA, "crane": ARDEA, "stork": ARDEA, "falcon": FALCON,
-    "plover": PLOVER, "plover-v2": PLOVER, "linnet": LINNET, "pipit": LINNET,
-    "wren": WREN, "finch": FINCH, "generic-single": SINGLE, "generic-dual": DUAL, "osprey": OSPREY,
-    **dict.fromkeys(["lark", "swift", "robin", "dove", "teal", "gull", "kite", "rook", "ibis"], DUAL),
-}
-
-
-class Row(NamedTuple):
-    path: str
-    key: str
-    check: str
-
-
-def read_tables():
-    tables = {}
-    for line in Path(__file__).with_name("tables.txt").read_text(encoding="ascii").splitlines():
-        if line.startswith("["):
-            rows = tables[line.strip("[]")] = []
-        elif line and not line.startswith("#"):
-            rows.append(Row(*line.split()))
-    return tables
-
-
-TABLES = read_tables()
-COMMON = TABLES["batch_list_common"]
-
-
-def md5_crypt(password, setting):
-    crypt = ctypes.CDLL("libcrypt.so.1").crypt
-    crypt.restype = ctypes.c_char_p
-    return crypt(password.encode(), setting.encode()).decode()
-
-
-def password_digest(password, service_code):
-    setting = f"$1${service_code[:8]}$"
-    return hashlib.sha256(md5_crypt(password, setting).removeprefix(setting).encode()).hexdigest()
 
 
 def txpower(level, maximum):

@@ -3,8 +3,10 @@ import hashlib
 import unittest
 from pathlib import Path
 
+from accounts import md5_crypt
+from families import FAMILY_OF
 from router import IMAGE, Router, models
-from test_batch import COMMON, FAMILY_OF, TABLES, md5_crypt
+from vocabulary import COMMON, TABLES
 
 # The radios and their interfaces, in the order in which a new router has them.
 ARDEA = ["wifi0", "@wifi-iface[0]", "wifi1", "@wifi-iface[1]", "guest2g", "guest5g"]

@@ -7,11 +7,12 @@ import os
 import shlex
 import unittest
 
+from accounts import md5_crypt, password_digest
 from provisioning import (COMPANION, FIRST_BRANDING, FIRST_CUSTOMER_FILE, FIRST_DRIVER, FIRST_DRIVER_STATE,
                           FIRST_REQUEST, LOGO_PATH, LOGO_URL, MODELS, SECOND_BRANDING, SECOND_CUSTOMER_FILE,
                           SECOND_DRIVER, SECOND_REQUEST, TIME_ZONE_RULE)
 from router import wait_for
-from test_batch import COMMON, DISABLE_KEYS, HIDDEN_KEYS, TABLES, md5_crypt, password_digest
+from vocabulary import COMMON, DISABLE_KEYS, HIDDEN_KEYS, TABLES
 from watched import WatchedRouter
 
 SET = "/whiteboard/set_config"
