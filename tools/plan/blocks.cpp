@@ -31,7 +31,7 @@ bool is_alike(const request_plan &one, const request_plan &other) {
 }
 
 // "package.section.option" in its parts; a selector has no dot in it.
-block_change parts_of(const option_change &each) {
+block_change parts_of(const option_change &each, const request_plan &made) {
     const size_t first = each.path.find('.');
     const size_t second = each.path.find('.', first + 1);
     block_change result;
@@ -40,6 +40,7 @@ block_change parts_of(const option_change &each) {
     result.option = second == std::string::npos ? "" : each.path.substr(second + 1);
     result.from = each.from;
     result.to = each.to;
+    result.plans = {&made};
     return result;
 }
 
@@ -53,6 +54,7 @@ void join(block_change &known, const block_change &next) {
     if (std::ranges::find(known.sections, next.sections.front()) == known.sections.end())
         known.sections.push_back(next.sections.front());
     known.same_from = known.same_from && known.from == next.from;
+    known.plans.push_back(next.plans.front());
 }
 
 } // namespace
@@ -84,7 +86,7 @@ std::vector<block_change> changes_of(const block &shown, std::vector<option_chan
         // Within one plan no two changes are one.
         std::vector<bool> taken(result.size());
         for (const option_change &each : made->*list) {
-            const block_change next = parts_of(each);
+            const block_change next = parts_of(each, *made);
             size_t at = 0;
             while (at < taken.size() && (taken[at] || !is_counterpart(result[at], next)))
                 ++at;

@@ -27,6 +27,7 @@ struct block_change {
     std::optional<std::string> from;
     bool same_from = true; // false: the old values differ
     std::optional<std::string> to;
+    std::vector<const request_plan *> plans; // that have it
 
     // "wireless.{wifi0,radio0}.htmode"
     std::string path() const;

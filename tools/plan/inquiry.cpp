@@ -77,7 +77,8 @@ bool inquiry::has_effect(const std::string &key, json_object *request, const var
     const trace seen = play(request, other);
     if (is_attributed(key))
         return true;
-    if (seen == own_)
+    const bool has_failed = seen.result != 0 && std::ranges::none_of(stage_.effects(), is_intended);
+    if (seen == own_ || has_failed)
         return false;
     json_owner rest(json_object_new_object());
     json_object_object_foreach(request, name, member) {

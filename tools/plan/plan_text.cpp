@@ -4,7 +4,9 @@
 #include "tools/plan/blocks.h"
 #include "tools/plan/json.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +19,8 @@ namespace plan {
 namespace {
 
 constexpr size_t label_width = 10;
+constexpr size_t longest_shown = 40;    // bytes of a value,
+constexpr size_t longest_command = 200; // of a command
 
 // A request's and a device's texts must not move the cursor.
 std::string shown(std::string_view text) {
@@ -39,8 +43,13 @@ std::string shown(std::string_view text) {
     return out;
 }
 
+// A digest, or a value that somebody has made to fill the screen; the JSON has all of it.
+std::string cut(const std::string &text) {
+    return text.size() <= longest_shown ? text : text.substr(0, longest_shown - 3) + "...";
+}
+
 std::string quoted(const std::optional<std::string> &value) {
-    return value ? "'" + shown(*value) + "'" : "(none)";
+    return value ? "'" + shown(cut(*value)) + "'" : "(none)";
 }
 
 class page {
@@ -71,14 +80,21 @@ private:
     std::string out_;
 };
 
+// "ap-17 (heron)", or the model alone.
+std::string name_of(const request_plan &made) {
+    if (made.id.empty())
+        return shown(made.model);
+    const json_owner id = parse_json(made.id);
+    const bool is_text = json_object_is_type(id.get(), json_type_string);
+    return shown(is_text ? text_of(id.get()) : made.id) + " (" + shown(made.model) + ")";
+}
+
 // The names side by side, in lines that fit.
-std::string names_of(const block &shown_block, size_t width) {
+std::string names_of(const std::vector<const request_plan *> &plans, size_t width) {
     std::string text;
     size_t column = 0;
-    for (const request_plan *each : shown_block.plans) {
-        const bool is_last = each == shown_block.plans.back();
-        const std::string name =
-            shown(each->model) + (each->id.empty() ? "" : " " + shown(each->id)) + (is_last ? "" : ",");
+    for (const request_plan *each : plans) {
+        const std::string name = name_of(*each) + (each == plans.back() ? "" : ",");
         if (column > 0 && column + 1 + name.size() > width) {
             text += "\n";
             column = 0;
@@ -129,11 +145,15 @@ void add_findings(page &out, const block &shown_block) {
             out.line("33", "note", sentence_of(each));
 }
 
+std::string sentence_of(const block_change &each, const block &shown_block) {
+    const bool is_everywhere = each.plans.size() == shown_block.plans.size();
+    return each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
+           quoted(each.to) + (is_everywhere ? "" : "  (" + names_of(each.plans, SIZE_MAX) + ")");
+}
+
 void add_changes(page &out, const block &shown_block) {
     for (const block_change &each : changes_of(shown_block, &request_plan::changes))
-        out.line("32", "change",
-                 each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
-                     quoted(each.to));
+        out.line("32", "change", sentence_of(each, shown_block));
     std::string same;
     for (const key_outcome &each : shown_block.first().keys)
         if (each.outcome == outcome::same)
@@ -141,12 +161,8 @@ void add_changes(page &out, const block &shown_block) {
     if (!same.empty())
         out.line("", "same", same);
     for (const block_change &each : changes_of(shown_block, &request_plan::uncommitted))
-        out.line("33", "unsaved",
-                 each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
-                     quoted(each.to));
+        out.line("33", "unsaved", sentence_of(each, shown_block));
 }
-
-std::string first_line(const std::string &text) { return text.substr(0, text.find('\n')); }
 
 // What the effect does to the router besides its configuration; "" for what need not be told.
 std::string deed_of(const effect &each) {
@@ -171,7 +187,7 @@ std::string deed_of(const effect &each) {
 void add_commands(page &out, const block &shown_block) {
     for (const effect &each : shown_block.first().effects)
         if (const std::string deed = deed_of(each); each.done && !deed.empty())
-            out.line("36", "run", shown(first_line(deed)));
+            out.line("36", "run", shown(deed.substr(0, longest_command)));
 }
 
 const char *end_in_words(std::string_view then) {
@@ -191,28 +207,34 @@ void add_end(page &out, const block &shown_block) {
         out.line("33", "note", shown(note));
 }
 
-// "2 models, 4 keys each: 1 refused, 3 changed"; for several models the sum is about what needs attention.
-std::string sum_of(const std::vector<request_plan> &made) {
+// "2 changed, 1 refused"
+std::string counts_of(const request_plan &made) {
     std::array<size_t, 6> counts{};
-    size_t with_findings = 0;
-    for (const request_plan &each : made) {
-        bool finding = false;
-        for (const key_outcome &key : each.keys) {
-            ++counts.at(static_cast<size_t>(key.outcome));
-            finding = finding || is_finding(key.outcome);
-        }
-        with_findings += finding ? 1 : 0;
-    }
-    if (made.size() > 1)
-        return std::to_string(made.size()) + " models: " +
-               (with_findings == 0 ? "every key has an effect on each"
-                                   : "some key has no effect on " + std::to_string(with_findings));
+    for (const key_outcome &each : made.keys)
+        ++counts.at(static_cast<size_t>(each.outcome));
     std::string text;
     for (size_t i = 0; i < counts.size(); ++i)
         if (counts.at(i) > 0)
             text += (text.empty() ? "" : ", ") + std::to_string(counts.at(i)) + " " +
                     to_text(static_cast<outcome>(i));
-    return text.empty() ? "nothing asked" : text;
+    return text.empty() ? "nothing was asked for" : text;
+}
+
+// "23 models: lan_ip has no effect on 17 of them, password on 23"
+std::string sum_of(const std::vector<request_plan> &made) {
+    if (made.size() == 1)
+        return counts_of(made.front());
+    std::string text;
+    for (size_t i = 0; i < made.front().keys.size(); ++i) {
+        const auto count = std::ranges::count_if(
+            made, [&](const request_plan &each) { return is_finding(each.keys[i].outcome); });
+        if (count > 0)
+            text += (text.empty() ? "" : ", ") + shown(made.front().keys[i].key) +
+                    (text.empty() ? " has no effect on " : " on ") + std::to_string(count) +
+                    (text.empty() ? " of them" : "");
+    }
+    return std::to_string(made.size()) +
+           " models: " + (text.empty() ? "every key has an effect on each" : text);
 }
 
 } // namespace
@@ -232,7 +254,7 @@ text_style style_of_output() {
 std::string to_text(const std::vector<request_plan> &made, const text_style &style) {
     page out(style);
     for (const block &each : blocks_of(made)) {
-        out.heading(names_of(each, out.width()));
+        out.heading(names_of(each.plans, out.width()));
         add_findings(out, each);
         add_changes(out, each);
         add_commands(out, each);
@@ -245,8 +267,7 @@ std::string to_text(const std::vector<request_plan> &made, const text_style &sty
 
 std::string findings_of(const request_plan &made) {
     std::string text;
-    const std::string name =
-        made.id.empty() ? shown(made.model) : shown(made.id) + " (" + shown(made.model) + ")";
+    const std::string name = name_of(made);
     for (const key_outcome &each : made.keys) {
         if (!is_finding(each.outcome))
             continue;

@@ -84,7 +84,7 @@ std::optional<key_outcome> by_row(const observer &seen, const request_plan &made
     std::vector<const effect *> lasting;
     const effect *winner = nullptr;
     for (const effect &each : made.effects) {
-        if (each.key != key || !is_intended(each))
+        if (each.key != key || key.empty() || !is_intended(each))
             continue;
         const effect *undone = is_write(each.kind) ? seen.undone_by(each) : nullptr;
         if (undone == nullptr)
@@ -133,7 +133,7 @@ std::string expected(const std::string &key) {
     if (known == nullptr)
         return "not an acceptable value";
     return *known->words != '\0' ? "one of " + list_of(known->words)
-                                 : std::string("such as ") + known->example;
+                                 : std::string("a value like ") + known->example;
 }
 
 const char *pattern_of(const inquiry &asked, const std::string &key) {
@@ -158,6 +158,8 @@ key_outcome refused(inquiry &asked, const std::string &key, json_object *given, 
         return because(reason::check, length_rule(pattern).value_or(expected(key)));
     if (is_one_of_few(asked, key, good))
         return because(asked.rows_of(key).empty() ? reason::check : reason::level, expected(key));
+    if (asked.has_effect(key, std::string(text.size(), 'a')))
+        return because(reason::other, "not with these characters");
     if (const std::optional<size_t> most = longest_start(asked, key, text))
         return because(reason::too_long, "at most " + std::to_string(*most) + " bytes");
     if (const std::optional<size_t> least = shortest_extension(asked, key, text, good))
@@ -234,6 +236,8 @@ key_outcome by_difference(inquiry &asked, const observer &seen, const std::strin
     if (own.empty())
         own = asked.missing_from(asked.without({key}).get());
     std::erase_if(own, [](const effect *each) { return !is_intended(*each); });
+    if (own.empty() && asked.made().result != 0)
+        return silent(asked, key, given);
     return found(key, seen.best(own).value_or(outcome::applied));
 }
 

@@ -121,10 +121,9 @@ std::span<const stage_effect> rehearsal::effects() const {
 uint64_t rehearsal::signature() const {
     hash result;
     for (const stage_effect &each : effects()) {
-        if (each.kind == stage_log)
+        if (each.kind == stage_log || each.outcome != stage_done)
             continue;
         result.add(static_cast<int>(each.kind));
-        result.add(static_cast<int>(each.outcome));
         result.add(each.subject);
         result.add(each.parameter);
         result.add(each.value);

@@ -43,7 +43,8 @@ public:
 
     std::span<const stage_effect> effects() const;
 
-    // A number that two plays with the same effects share. The log says what was sent, and does not count.
+    // A number that two plays with the same effects share. The log says what was sent, and does not count,
+    // nor does what was tried in vain.
     uint64_t signature() const;
 
     configuration &options() { return options_; }
