@@ -1,7 +1,7 @@
 // Which values of a key are acceptable, found by trying.
 #include "tools/plan/limits.h"
 
-#include <regex>
+#include <cstdio>
 
 namespace plan {
 
@@ -20,11 +20,13 @@ std::string extended(const std::string &text, const std::string &good, size_t le
 } // namespace
 
 std::optional<std::string> length_rule(const std::string &pattern) {
-    static const std::regex form(R"(\^\.\{(\d+),(\d+)\}\$)");
-    std::smatch found;
-    if (!std::regex_match(pattern, found, form))
+    unsigned least = 0;
+    unsigned most = 0;
+    int end = -1;
+    const int numbers = std::sscanf(pattern.c_str(), "^.{%5u,%5u}$%n", &least, &most, &end);
+    if (numbers != 2 || end != static_cast<int>(pattern.size()))
         return std::nullopt;
-    return found[1].str() + " to " + found[2].str() + " bytes";
+    return std::to_string(least) + " to " + std::to_string(most) + " bytes";
 }
 
 bool is_one_of_few(inquiry &asked, const std::string &key, const std::string &good) {
