@@ -5,7 +5,8 @@
 
 namespace {
 
-// The ardea family writes the row once more, behind the address of the router's own name.
+// The ardea family writes the row once more, behind the address of the router's own name
+// (decision 15).
 bool write_lan_ip_twice(const row_step &step) { return write_lan_ip(step) && write_row(step); }
 
 // clang-format off
@@ -78,7 +79,7 @@ constexpr key_rule lan[] = {
     {"lan_ip",          write_lan_ip},
 };
 
-// The bandwidth was set before, or is not to be set while the repeater is up.
+// The bandwidth was set before, or is not to be set while the repeater is up (decision 14).
 constexpr key_rule bandwidth_done[] = {
     {"2g_htmode",       leave_alone},
     {"5g_htmode",       leave_alone},

@@ -12,7 +12,7 @@ constexpr size_t reboot_flag_limit = 100; // characters
 
 // The flag goes to a file and into batch_status, never into UCI. By contract it enters the command as
 // it is, and a quote or "$(...)" in it is the shell's: who may send a batch may run commands, unless the
-// build is hardened.
+// build is hardened (decision 10).
 bool set_reboot_flag(const row_step &step) {
     char command[128];
     if (refuses(step.row->value) || strlen(step.row->value) > reboot_flag_limit ||

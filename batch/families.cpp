@@ -36,11 +36,11 @@ constexpr const rule_set *unlisted_write = nullptr;
 
 // Where a cell is not what the rest of its row lets expect, it is so by contract:
 // (1) Of the ardea family only herons are provisioned in their own layout. The others get the writes of the default
-//     layout, and so does a wren, although they have none of its radios: what is sent for a radio is lost.
+//     layout, and so does a wren, although they have none of its radios: what is sent for a radio is lost (decision 5).
 // (2) A falcon is read as it is provisioned. So this read never sees the bands that the first batch_get swaps.
 // (3) A falcon's PHYs stay up, unlike those of its family.
 // (4) A finch's unset flags are left out. So the reboot flag stays visible, which every full read puts under
-//     "2g_disable" first.
+//     "2g_disable" first (decision 6).
 constexpr family listed[] = {
     // models         batch_get      batch_set       get_config      set_config           restart
     {herons,          &ardea,        &cloud_ardea,   &ardea,         &white_label_ardea,  restart_network_and_phys},

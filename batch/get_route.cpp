@@ -26,7 +26,7 @@ void swap_bands(std::span<batch_entry> table) {
 }
 
 // falcon numbers its radios the other way round. From the first full read on, every walk of its table, the
-// set side included, matches the keys of the other band.
+// set side included, matches the keys of the other band (decision 4).
 void swap_falcon_bands(const char *model) {
     if (!equal(model, "falcon") || falcon_2g_5g_swap_done != 0)
         return;

@@ -51,7 +51,7 @@ void read_by_name(const readable *family::*column, const char *model, json_objec
 static_assert(std::size(batch_list_common) <= std::size(batch_list2), "a place of the flag needs a key");
 
 // The flag is reported inverted, and under the key that the default table has at its place ("2g_disable"),
-// where the model's own row mostly replaces it. Both are part of the interface.
+// where the model's own row mostly replaces it. Both are part of the interface (decision 2).
 void read_reboot_flag(size_t index, json_object *out) {
     char flag[reboot_flag_size];
     read_uci_line("cat /tmp/reboot_flag", flag);

@@ -61,7 +61,7 @@ void apply_row(row_step &step, const char *current) {
         write_row(step);
 }
 
-// By contract every row's option is read, also when the request lacks the key.
+// By contract every row's option is read, also when the request lacks the key (decision 21).
 void walk(const rule_set &rules, json_object *in, json_object *out, zuci2_context *ctx, const char *model) {
     for (batch_entry &row : rules.table) {
         row.value = zjson_get_string(in, row.json_key);
@@ -158,7 +158,7 @@ bool set_txpower(const row_step &step) {
 }
 
 bool set_password(const row_step &step) {
-    batch_set_pwd(step.row->value); // a refused password is not reported
+    batch_set_pwd(step.row->value); // a refused password is not reported (decision 17)
     return true;
 }
 

@@ -8,7 +8,7 @@
 
 #include <span>
 
-// A request's value of this many characters or more is refused whole.
+// A request's value of this many characters or more is refused whole (decision 11).
 inline constexpr size_t value_limit = 512;
 
 struct rule_set;
@@ -53,7 +53,7 @@ struct bandwidth_rule {
     std::span<const bandwidth_write> writes;
 };
 
-// A key that is written, unchecked, while its option holds nothing yet.
+// A key that is written, unchecked, while its option holds nothing yet (decision 12).
 struct first_time_key {
     const char *key;
     name_list models; // empty: any model

@@ -14,7 +14,7 @@ int aerolink_batch_set(json_object *in, json_object *out) {
         apply(*cell_of(&family::batch_set, model, uci.ctx), in, out, uci.ctx, model);
     }
     commit_all();
-    if (batch_status == 0)
+    if (batch_status == 0) // since this request or an earlier one (decision 16)
         reboot_with_backup();
     else
         fork_exec2("ubus call mqtt notify");

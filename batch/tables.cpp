@@ -1,6 +1,6 @@
 // The vocabulary of the batch interface: which UCI option each member of a request stands for, and what its
 // value must match. Keys, their letters and their order are a contract with the cloud. "encrytion" is spelled
-// so there.
+// so there (decision 1).
 #include "plugin/aerolink.h"
 
 namespace {
@@ -9,7 +9,7 @@ constexpr char ssid_check[] = "^.{1,32}$";
 constexpr char key_check[] = "^.{8,63}$";
 constexpr char url_check[] = R"(^((https|http|ftp|rtsp|mms)?:\/\/)[^\s]+)";
 
-// Unanchored: a value that contains an address passes.
+// Unanchored: a value that contains an address passes (decision 13).
 constexpr char ipv4_check[] = R"((25[0-5]|2[0-4]\d|[0-1]\d{2}|[1-9]?\d)\.)"
                               R"((25[0-5]|2[0-4]\d|[0-1]\d{2}|[1-9]?\d)\.)"
                               R"((25[0-5]|2[0-4]\d|[0-1]\d{2}|[1-9]?\d)\.)"

@@ -43,7 +43,7 @@ static_assert(std::size(batch_list_wbf) <= std::size(batch_list_ardea) &&
 
 // By contract the subject of this check is not the row's value but the one that the ardea table holds at the
 // same place: null, unless somebody outside the plug-in has set it, since every walk clears what it sets. The
-// check decides about the answer only; the row's writes do not depend on it.
+// check decides about the answer only; the row's writes do not depend on it (decision 7).
 bool check_ardea_value(const row_step &step) {
     const char *subject = batch_list_ardea[step.row - step.rules->table.data()].value;
     if (!subject)
@@ -79,7 +79,7 @@ bool write_encryption(const row_step &step) {
 }
 
 // Puts the encryption into the running driver as well. "WPAPSK" gets the mode's text, not the passphrase, by
-// contract.
+// contract (decision 9).
 bool push_encryption(const row_step &step) {
     char ssid[33];
     char interface[16];
@@ -153,7 +153,7 @@ constexpr key_rule two_radios_stored[] = {
 
 constexpr key_rule one_radio_stored[] = {
     {"lan_ip",             write_lan_ip},
-    {"2g_encrytion",       write_encryption, "wireless.default_radio1"}, // on purpose, although the radio is radio0
+    {"2g_encrytion",       write_encryption, "wireless.default_radio1"}, // although the radio is radio0 (decision 8)
     {"guest_2g_encrytion", write_encryption, "wireless.guest2g"},
 };
 

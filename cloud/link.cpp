@@ -52,7 +52,7 @@ void move_to_zone(zuci2_context *ctx, const char *old_host, const server_zone &z
 }
 
 // Writes the request into UCI. False for a zone that nobody knows: the switches then stay set, but
-// uncommitted.
+// uncommitted (decision 19).
 bool configure(const link_request &request) {
     const uci_scope uci;
     char old_host[128];

@@ -7,7 +7,7 @@
 namespace {
 
 // The log view calls one zone by another name. The last two are chosen by their host, and on purpose keep an
-// account that comes from China.
+// account that comes from China (decision 20).
 // clang-format off
 constexpr server_zone zones[] = {
     // host             name              log name          home

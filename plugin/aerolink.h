@@ -52,8 +52,8 @@ AEROLINK_EXPORT int designated_customer(struct json_object *in, struct json_obje
 
 // --- State for the life of the process -----------------------------------------------------------
 
-AEROLINK_EXPORT extern int batch_status;           // 0: the last batch asked for a reboot; 1 at load
-AEROLINK_EXPORT extern int xwf_enable_flag;        // 1: the last customer file asked for the xwf feature
+AEROLINK_EXPORT extern int batch_status;    // 0: a reboot is wanted, until a batch says otherwise; 1 at load
+AEROLINK_EXPORT extern int xwf_enable_flag; // 1: the last customer file asked for the xwf feature
 AEROLINK_EXPORT extern int falcon_2g_5g_swap_done; // 1: the keys of batch_list_ardea are swapped by band
 
 // --- Checks --------------------------------------------------------------------------------------

@@ -14,7 +14,8 @@ constexpr const char *branding_keys[] = {"customer_name", "help_url", "image_url
 
 constexpr char white_label_build[] = "2"; // of "fw_type"; a request cannot choose it
 
-// By contract nothing is escaped: a line feed in a value begins a line of its own, which may name any key.
+// By contract nothing is escaped: a line feed in a value begins a line of its own, which may name any key
+// (decision 10).
 void write_line(FILE *file, const char *key, const char *value) {
     if (!file)
         return;

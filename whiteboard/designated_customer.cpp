@@ -11,7 +11,8 @@
 
 namespace {
 
-// Only a router that stands in the Asia Pacific zone is moved and unbound; any other keeps zone and account.
+// Only a router that stands in the Asia Pacific zone is moved and unbound; any other keeps zone and account
+// (decision 18).
 void move_to_customer(zuci2_context *ctx, const char *old_host, const char *server_name) {
     if (!equal(old_host, host_asia_pacific))
         return;

@@ -54,7 +54,7 @@ int set_power(const char *band, int level, const char *path) {
     const int power = power_of_level(level, maximum != 0 ? maximum : default_maximum);
     if (!format(text, "%d", power))
         return 1;
-    syslog(LOG_INFO, "set 2g max txpower = %s\n", text); // the same text for both bands
+    syslog(LOG_INFO, "set 2g max txpower = %s\n", text); // for both bands (decision 22)
     set_option(uci.ctx, path, text);
     return 0;
 }
