@@ -204,6 +204,11 @@ std::vector<option_change> configuration::committed_changes() {
     return result;
 }
 
+const uci::package *configuration::committed(const std::string &package) const {
+    const auto known = slot_numbers_.find(package);
+    return known == slot_numbers_.end() ? nullptr : slots_[known->second].now.committed.get();
+}
+
 std::vector<option_change> configuration::recorded_changes() {
     const std::map<std::string, std::string> written = written_paths();
     std::vector<option_change> result;

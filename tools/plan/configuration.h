@@ -62,6 +62,9 @@ public:
     // What differs between the committed states at the mark and now. Paths are those that a play has used.
     std::vector<option_change> committed_changes();
 
+    // The committed state of a package now; null when it does not exist.
+    const uci::package *committed(const std::string &package) const;
+
     // What is recorded now and not committed.
     std::vector<option_change> recorded_changes();
 

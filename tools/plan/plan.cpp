@@ -2,6 +2,7 @@
 #include "tools/plan/plan.h"
 
 #include "tools/plan/json.h"
+#include "tools/plan/radios.h"
 #include "tools/plan/reasons.h"
 
 #include <algorithm>
@@ -100,6 +101,7 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
         made.effects.push_back(kept(each));
     made.changes = stage.options().committed_changes();
     made.uncommitted = stage.options().recorded_changes();
+    made.radios_on = radios_on(stage.options().committed("wireless"));
     made.then = end_of(made.effects);
     made.notes = notes_of(made, device);
     made.keys = outcomes_of(stage, device, asked, request, made);

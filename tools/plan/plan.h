@@ -75,6 +75,7 @@ struct request_plan {
     std::vector<option_change> uncommitted;
     std::vector<effect> effects;
     const char *then = "none";      // "reboot", "restart", "notify" or "none"
+    int radios_on = 0;              // radios that are on and carry a network that is on, at the end
     int seconds = 0;                // how long the handler itself waits
     std::vector<std::string> notes; // what cannot be foreseen, in sentences without a full stop
 };

@@ -155,6 +155,7 @@ std::string to_json(const request_plan &made) {
         list(object.member("effects"), made.effects, write_effect);
         object.text("then", made.then);
         object.number("seconds", made.seconds);
+        object.number("radios_on", made.radios_on);
         if (!made.uncommitted.empty())
             list(object.member("uncommitted"), made.uncommitted, write_change);
         if (!made.notes.empty())
