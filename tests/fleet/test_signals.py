@@ -1,0 +1,129 @@
+"""At a terminal: progress, and what Ctrl-C leaves. Elsewhere: processes that are killed."""
+import json
+import os
+import pty
+import re
+import signal
+import subprocess
+import time
+import unittest
+
+from kit import PATIENCE, FleetTest, sample
+
+DEVICES = 1000  # some chunks
+
+
+class Terminal(FleetTest):
+    @classmethod
+    def setUpClass(cls):
+        cls.devices = sample(DEVICES)
+
+    def start(self, *words):
+        """A run whose standard error is a terminal, and what reads the terminal."""
+        control, terminal = pty.openpty()
+        process = self.start_slowly("--json", *words, stderr=terminal)
+        os.close(terminal)
+        screen = open(control, "rb", buffering=0)
+        self.addCleanup(screen.close)
+        return process, screen
+
+    def shown_until(self, screen, pattern):
+        """What the terminal got until it shows the pattern."""
+        shown = ""
+        deadline = time.monotonic() + PATIENCE
+        while not re.search(pattern, shown):
+            self.assertLess(time.monotonic(), deadline, shown)
+            try:
+                shown += screen.read(1000).decode()
+            except OSError:  # the other side is closed
+                self.fail(f"no {pattern} in {shown!r}")
+        return shown
+
+    def test_progress(self):
+        fleet = self.file("fleet", self.devices)
+        process, screen = self.start("--devices", fleet)
+        shown = self.shown_until(screen, r"\[#+\.+\] +\d+%  [1-9][\d,]* devices  [\d,]+/s  \d+:\d\d left")
+        shown += self.shown_until(screen, r"1,000 devices in [\d.]+ s, [\d,]+/s\r\n")
+        self.assertEqual(json.loads(process.communicate(timeout=PATIENCE)[0])["devices"], DEVICES)
+        self.assertEqual(process.returncode, 0)
+        self.assertEqual(shown.count("\n"), 1, "one line is written over")
+
+    def test_no_terminal_no_progress(self):
+        process = self.start_slowly("--devices", self.file("fleet", self.devices), stderr=subprocess.PIPE)
+        self.assertEqual(process.communicate(timeout=PATIENCE)[1], b"")
+
+    def interrupt(self, number):
+        fleet = self.file("fleet", self.devices)
+        process, screen = self.start("--devices", fleet, "--plans", "plans")
+        self.shown_until(screen, r"\] +\d+%  [1-9][\d,]* devices")
+        started = descendants(process.pid)
+        self.assertTrue(started)
+        os.killpg(process.pid, number)
+        output = process.communicate(timeout=PATIENCE)[0]
+        deadline = time.monotonic() + PATIENCE
+        while left := started & {each for each, _ in processes()}:
+            self.assertLess(time.monotonic(), deadline, left)
+        return process, output
+
+    def test_interrupted(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                process, output = self.interrupt(number)
+                self.assertEqual(process.returncode, 128 + number)
+                told = json.loads(output)
+                self.assertEqual((told["complete"], told["incomplete"]),
+                                 (False, f"stopped by {signal.Signals(number).name}"))
+                self.assertTrue(0 < told["devices"] < DEVICES, told["devices"])
+        self.compare_with_first(told)
+
+    def compare_with_first(self, told):
+        """The sum so far is that of the first devices, to the letter."""
+        plans = (self.folder / "plans").read_bytes()
+        first = b"".join(self.devices.splitlines(keepends=True)[:told["devices"]])
+        wanted = self.told("--devices", self.file("fleet", first), "--plans", "plans-of-first")
+        self.assertEqual({**told, "complete": True, "incomplete": None}, {**wanted, "incomplete": None})
+        self.assertEqual(plans, (self.folder / "plans-of-first").read_bytes())
+
+    def test_interrupted_while_nothing_comes(self):
+        reading, writing = os.pipe()
+        process = self.start_slowly("--devices", "-", stdin=reading, stderr=subprocess.PIPE)
+        os.close(reading)
+        os.write(writing, self.devices[:1000])
+        time.sleep(1)
+        os.killpg(process.pid, signal.SIGINT)
+        output, said = process.communicate(timeout=PATIENCE)
+        os.close(writing)
+        self.assertEqual((process.returncode, said), (128 + signal.SIGINT, b""))
+        self.assertTrue(output.startswith(b"INCOMPLETE: stopped by SIGINT"))
+
+    def test_a_killed_process_costs_no_device(self):
+        fleet = self.file("fleet", self.devices)
+        process, screen = self.start("-j2", "--devices", fleet)
+        self.shown_until(screen, r"\] +\d+%  [1-9][\d,]* devices")
+        os.kill(min(children(process.pid)), signal.SIGKILL)
+        self.assertEqual(json.loads(process.communicate(timeout=PATIENCE)[0]), self.told("--devices", fleet))
+        self.assertEqual(process.returncode, 0)
+
+
+def processes():
+    """Process and its parent of all that run."""
+    for name in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            with open(f"/proc/{name}/stat", encoding="latin-1") as stat:
+                state, parent = stat.read().rpartition(")")[2].split()[:2]
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+        if state != "Z":
+            yield int(name), int(parent)
+
+
+def children(parent):
+    return {process for process, its_parent in processes() if its_parent == parent}
+
+
+def descendants(parent):
+    return {each for child in children(parent) for each in {child, *descendants(child)}}
+
+
+if __name__ == "__main__":
+    unittest.main()
