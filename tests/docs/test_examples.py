@@ -1,7 +1,8 @@
 """Runs the examples of one document, from top to bottom, and compares what they print.
 
-The document comes from the environment. It begins with a new heron, as ./run starts one; `$ ./run --model NAME` goes on
-with a new router of another model. Commands find the tree's devkit and the router's state where a reader has them.
+The document comes from the environment. It begins with a new heron, as ./run starts one, if any command talks to a
+router; `$ ./run --model NAME` goes on with a new router of another model. Commands find the tree's devkit, ./aerolink and
+the router's state where a reader has them.
 """
 import os
 import shlex
@@ -26,6 +27,10 @@ def model_to_start(command):
     return words[2] if words[:2] == ["./run", "--model"] and len(words) == 3 else None
 
 
+def talks_to_router(command):
+    return ADDRESS in command or "devkit/router" in command
+
+
 def sends_something(command):
     words = shlex.split(command)
     return "--json" in words or "-d" in words
@@ -37,6 +42,7 @@ class Desk:
     def __init__(self, folder):
         self.folder = Path(folder)
         (self.folder / "devkit").symlink_to(SOURCE / "devkit")
+        (self.folder / "aerolink").symlink_to(os.environ["AEROLINK"])
         self.router = None
 
     def start_router(self, model):
@@ -52,13 +58,13 @@ class Desk:
         model = model_to_start(command)
         if model:
             return self.start_router(model)
-        host = self.router.url.removeprefix("http://")
+        host = self.router.url.removeprefix("http://") if self.router else ADDRESS
         done = subprocess.run(["sh", "-c", command.replace(ADDRESS, host)], cwd=self.folder, text=True,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PATIENCE, check=False)
         return self.in_words_of_document(done.stdout)
 
     def in_words_of_document(self, output):
-        return output.replace(self.router.url.removeprefix("http://"), ADDRESS)
+        return output.replace(self.router.url.removeprefix("http://"), ADDRESS) if self.router else output
 
     def output_of(self, example):
         """What the command prints. A mere look is repeated until it shows what it should: a request's effects may
@@ -78,7 +84,7 @@ class Examples(unittest.TestCase):
         self.assertTrue(examples, "there are examples")
         desk = Desk(self.enterContext(tempfile.TemporaryDirectory(prefix="desk-")))
         self.addCleanup(desk.stop_router)
-        if not model_to_start(examples[0].command):
+        if not model_to_start(examples[0].command) and any(talks_to_router(each.command) for each in examples):
             desk.start_router("heron")
         for example in examples:
             output = desk.output_of(example)

@@ -48,7 +48,8 @@ def fact_row(line, told):
 def slowest_row(slowest):
     if not slowest:
         return ["  slowest handler", "-", ""]
-    return ["  slowest handler", f"{slowest['seconds']} s", f"{clean(slowest['id'])} ({clean(slowest['model'])})"]
+    device = f"{clean(slowest['id'])} ({clean(slowest['model'])})" if slowest["seconds"] else ""
+    return ["  slowest handler", f"{slowest['seconds']} s", device]
 
 
 def keys(told):
