@@ -174,6 +174,12 @@ class Export(Sources):
             self.assertEqual(model, "finch")
             self.assertEqual([each for each in found if each["path"] != "dhcp.localhost.ip"], CHANGES)
 
+    def test_bytes_that_are_no_utf8(self):
+        text = b"package wireless\nconfig wifi-iface\n\toption device 'wifi0'\n\toption ssid 'caf\xe9'\n"
+        done = run("plan", "--device", "-", "--model", "heron", "--route", "batch_get", "--json",
+                   '{"name": ["2g_ssid"]}', stdin=text)
+        self.assertEqual(json.loads(done.stdout)["response"], {"2g_ssid": "caf\ufffd"}, done.stderr)
+
     def test_what_is_refused(self):
         for text, reason in ((NETWORK, "attempt to import a file without a package name"), ("", "no configuration"),
                              ("package network\nconfig 'x", "unterminated '"), ("package a/b\n", "invalid character"),

@@ -62,8 +62,7 @@ json_owner inquiry::without(const std::vector<std::string> &keys) const {
 
 inquiry::trace inquiry::play(json_object *request, const variation &other) {
     const stage_result result = stage_.play(route_.handler, request, other);
-    return {stage_.signature(), result.result,
-            is_reading() ? json_object_to_json_string_ext(result.response, JSON_C_TO_STRING_PLAIN) : ""};
+    return {stage_.signature(), result.result, is_reading() ? answer_of(result.response) : ""};
 }
 
 bool inquiry::is_attributed(const std::string &key) const {

@@ -47,6 +47,8 @@ constexpr std::array<utf8_row, 9> utf8_rows{{{0x00, 0x7f, 0, 0, 1},
                                              {0xf1, 0xf3, 0x80, 0xbf, 4},
                                              {0xf4, 0xf4, 0x80, 0x8f, 4}}};
 
+constexpr std::string_view replacement = "\xef\xbf\xbd"; // U+FFFD
+
 bool is_continuation(char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80; }
 
 void append_escaped(std::string &out, char c) {
@@ -108,6 +110,16 @@ size_t utf8_length(std::string_view text) {
     return whole ? row->length : 0;
 }
 
+std::string answer_of(json_object *response) {
+    const std::string_view text = json_object_to_json_string_ext(response, JSON_C_TO_STRING_PLAIN);
+    std::string result;
+    for (size_t at = 0, length = 0; at < text.size(); at += std::max<size_t>(length, 1)) {
+        length = utf8_length(text.substr(at));
+        result.append(length != 0 ? text.substr(at, length) : replacement);
+    }
+    return result;
+}
+
 void append_json(std::string &out, std::string_view text) {
     out += '"';
     for (size_t at = 0; at < text.size();) {
@@ -124,7 +136,7 @@ void append_json(std::string &out, std::string_view text) {
         else if (length == 1)
             append_escaped(out, text[at]);
         else
-            out += "\xef\xbf\xbd";
+            out += replacement;
         at += std::max<size_t>(length, 1);
     }
     out += '"';

@@ -95,7 +95,7 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
     stage.set_device(device);
     const stage_result result = stage.play(asked.handler, request);
     made.result = result.result;
-    made.response = json_object_to_json_string_ext(result.response, JSON_C_TO_STRING_PLAIN);
+    made.response = answer_of(result.response);
     made.seconds = stage_seconds();
     for (const stage_effect &each : stage.effects())
         made.effects.push_back(kept(each));
