@@ -21,7 +21,8 @@ struct folders {
     std::vector<std::string> search = {}; // more deltas, applied before the one in `delta`, never written
 };
 
-// Every function throws uci::error; nothing was changed then.
+// Every function throws uci::error; nothing was changed then. Only when a disk does not confirm a file that
+// is in place already (io_error) is the change made, and may not outlive a power cut.
 class store {
 public:
     explicit store(folders where);
