@@ -9,7 +9,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 
 # The longest input that is tried, in bytes.
-LONGEST = {"regex": 120, "uci_text": 600, "uci_store": 160, "apid": 400, "handlers": 200}
+LONGEST = {"regex": 120, "uci_text": 600, "uci_store": 160, "apid": 400, "handlers": 200, "plan": 400}
 TARGETS = tuple(LONGEST)
 
 LONGEST_RUN = 20  # seconds that one input may take, on a machine that is busy with other tests
