@@ -2,15 +2,17 @@
 #include "tools/front/commands.h"
 
 #include "tools/plan/command.h"
+#include "tools/vocabulary/describe.h"
 
 #include <algorithm>
 #include <array>
 
 namespace {
 
-constexpr std::array<command, 3> commands{{
+constexpr std::array<command, 4> commands{{
     {"plan", "says what a request would do", run_plan},
     {"check", "says which keys of a request have no effect", run_check},
+    {"describe", "prints routes, tables and the meanings of keys for programs", run_describe},
     {"snapshot", "prints a device as plan takes it", run_snapshot},
 }};
 
