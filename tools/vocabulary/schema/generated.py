@@ -1,0 +1,52 @@
+"""The files that are made from the plug-in and kept in the tree."""
+import json
+
+import json_schema
+import openapi
+import pages
+import recorded_cases
+import route_study
+import vocabulary
+from routes import OF_A_MODEL, schema_name
+
+
+def files(plugin, cases):
+    """Path in the tree to text. cases: the folder of recorded cases, for the examples."""
+    out = {"schema/openapi.yaml": openapi_text(plugin, cases)}
+    for model in plugin.models:
+        studies = {}
+        for route in OF_A_MODEL:
+            settings = vocabulary.settings(plugin, model, route)
+            studies[route] = settings, vocabulary.ending(plugin, model, route)
+            schema = json_schema.request_schema(plugin.meanings, model, route, settings)
+            out[f"schema/{schema_name(model, route)}"] = schema_text(schema)
+        out[f"docs/models/{model}.md"] = pages.page(model, plugin.meanings, studies)
+    return out
+
+
+def openapi_document(plugin, cases):
+    studied = [route_study.study(plugin, path) for path in plugin.routes]
+    recorded = list(recorded_cases.read_calls(cases)) if cases else []
+    return openapi.document(plugin.description["version"], plugin.meanings, studied, recorded)
+
+
+def openapi_text(plugin, cases):
+    return ("# Made by `aerolink generate` from the plug-in itself; do not edit.\n"
+            + openapi.to_yaml(openapi_document(plugin, cases)))
+
+
+def schema_text(schema):
+    """The schema as JSON, a line a property."""
+    lines = []
+    for name, value in schema.items():
+        if name == "properties":
+            rows = ",\n".join(f"    {_compact(key)}: {_compact(row)}" for key, row in value.items())
+            value = f"{{\n{rows}\n  }}" if rows else "{}"
+        else:
+            value = _compact(value)
+        lines.append(f"  {_compact(name)}: {value}")
+    return "{\n" + ",\n".join(lines) + "\n}\n"
+
+
+def _compact(value):
+    return json.dumps(value, ensure_ascii=False)

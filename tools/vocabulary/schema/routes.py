@@ -1,0 +1,14 @@
+"""The routes by what their requests carry."""
+PUSH, PROVISIONING = "/cloud/aerolink/batch_set", "/whiteboard/set_config"
+OF_A_MODEL = (PUSH, PROVISIONING)  # what they take depends on the model
+
+
+def path_of(plugin, name):
+    """The path of a route that is given whole or by its last word; null when there is none."""
+    if name in plugin.routes:
+        return name
+    return next((path for path in OF_A_MODEL if path.endswith("/" + name)), None)
+
+
+def schema_name(model, route):
+    return f"{model}.{route.rpartition('/')[2]}.json"
