@@ -1,0 +1,34 @@
+"""Programs of npm packages: a folder of the tests with package.json and package-lock.json, installed in the build."""
+import fcntl
+import hashlib
+import os
+import shutil
+import subprocess
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+
+
+def installed(name):
+    """The folder's copy in the build, with its packages as the lock file says."""
+    source, copy = HERE / name, Path(os.environ["NPM_FOLDER"]) / name
+    copy.mkdir(parents=True, exist_ok=True)
+    with (copy / "lock").open("w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        for file in source.iterdir():
+            shutil.copy(file, copy)
+        wanted = hashlib.sha256((source / "package-lock.json").read_bytes()).hexdigest()
+        stamp = copy / "installed"
+        if not stamp.exists() or stamp.read_text(encoding="ascii") != wanted:
+            subprocess.run(["npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund", "--loglevel=error"], cwd=copy,
+                           check=True)
+            stamp.write_text(wanted, encoding="ascii")
+    return copy
+
+
+def run(folder, *command):
+    """Standard output of a program of node; fails with what it said."""
+    done = subprocess.run(["node", *map(str, command)], cwd=folder, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise AssertionError(f"node {command[0]}:\n{done.stdout}{done.stderr}")
+    return done.stdout
