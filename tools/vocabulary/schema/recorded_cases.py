@@ -1,11 +1,13 @@
 """The recorded cases: what routes were asked and what they answered, as tests/recorded pins it."""
 import json
 import re
+import subprocess
 from dataclasses import dataclass
 from pathlib import Path
 
 SECTION = re.compile(r"^\[(device|uci|answers|files|faults|call .*|result|response|effects|state|uci after)\]$")
 REPEATED_ELEMENT = re.compile(r"^(\s*)(.*) \((\d+) times\)(,?)$")
+IN_SHORT = re.compile(r"^\[(as .*|parameters)\]$", re.MULTILINE)
 NOTATION = re.compile(r"\$\{(?s:(.))\*(\d+)\}|\\x([0-9a-fA-F]{2})|\\.")
 
 
@@ -28,7 +30,16 @@ def read_calls(folder):
     """Every call of a route in the cases below the folder, in order of the files' names."""
     folder = Path(folder)
     for file in sorted(folder.rglob("*.case")):
-        yield from _calls_of(file.relative_to(folder).with_suffix("").as_posix(), file.read_text(encoding="utf-8"))
+        yield from _calls_of(file.relative_to(folder).with_suffix("").as_posix(), _in_full(folder, file))
+
+
+def _in_full(folder, file):
+    """The text of a case, and of a variant of a case or one with parameters as the tests play it."""
+    text = file.read_text(encoding="utf-8")
+    if not IN_SHORT.search(text):
+        return text
+    return subprocess.run([folder.parent / "variants", "expand", file], capture_output=True, encoding="utf-8",
+                          check=True).stdout
 
 
 def _calls_of(case, text):
