@@ -13,6 +13,7 @@ PATIENCE = 100
 TOOLS = Path(__file__).resolve().parents[2] / "tools/fleet"
 sys.path.append(str(TOOLS))
 
+FAULTY_PLANNER = Path(__file__).with_name("faulty-planner")
 SLOW = {"AEROLINK": str(Path(__file__).with_name("slow-planner")), "PLANNER": AEROLINK}
 
 # Ten settings: some take effect everywhere, some on some models, two nowhere.
@@ -47,10 +48,10 @@ class FleetTest(unittest.TestCase):
     def command(self, *words, request=None):
         return [AEROLINK, "fleet", *map(str, words), json.dumps(PUSH if request is None else request)]
 
-    def start_slowly(self, *words, **options):
+    def start_slowly(self, *words, environment=None, **options):
         """A run that lasts some seconds, however few its devices are."""
         process = subprocess.Popen([str(TOOLS / "aerolink-fleet"), *self.command(*words)[2:]], stdout=subprocess.PIPE,
-                                   start_new_session=True, cwd=self.folder, env=os.environ | SLOW, **options)
+                                   start_new_session=True, cwd=self.folder, env=os.environ | (environment or SLOW), **options)
         self.addCleanup(end, process)
         return process
 

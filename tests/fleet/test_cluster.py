@@ -34,12 +34,15 @@ class Daemon:
         raise AssertionError(self.log.read_text())
 
 
+def start_scheduler(folder):
+    return Daemon(folder, "scheduler", "dask-scheduler", "--port", "0")
+
+
 class Cluster(FleetTest):
     @classmethod
     def setUpClass(cls):
         cls.devices = sample(DEVICES, seed=5)
-        scheduler = Daemon(cls.enterClassContext(tempfile.TemporaryDirectory()), "scheduler", "dask-scheduler",
-                           "--port", "0")
+        scheduler = start_scheduler(cls.enterClassContext(tempfile.TemporaryDirectory()))
         cls.addClassCleanup(end, scheduler.process)
         cls.scheduler = scheduler.address()
 
@@ -110,7 +113,7 @@ class Cluster(FleetTest):
             os.killpg(worker.process.pid, signal.SIGKILL)
         output, said = process.communicate(timeout=PATIENCE)
         self.assertEqual(process.returncode, 1)
-        self.assertIn(b"there is no aerolink in its PATH", said)
+        self.assertIn(b"aerolink fleet: a worker cannot plan: there is no aerolink in its PATH", said)
         self.assertTrue(output.startswith(b"INCOMPLETE: "))
 
     def test_interrupted(self):
@@ -123,6 +126,18 @@ class Cluster(FleetTest):
         told = json.loads(output)
         self.assertEqual(told["incomplete"], "stopped by SIGINT")
         self.assertEqual((self.folder / "plans-there").read_bytes().count(b"\n"), told["devices"])
+
+    def test_the_scheduler_is_killed(self):
+        scheduler = start_scheduler(self.folder)
+        self.addCleanup(end, scheduler.process)
+        self.scheduler = scheduler.address()
+        self.start_worker("one", SLOW).address()
+        process = self.start_there()
+        self.wait_for_plans(process, 1)
+        scheduler.process.kill()
+        output, said = process.communicate(timeout=PATIENCE)
+        self.assertEqual((process.returncode, said), (1, b"aerolink fleet: the scheduler is gone\n"))
+        self.assertTrue(output.startswith(b"INCOMPLETE: the scheduler is gone. "))
 
     def test_no_cluster(self):
         for address in ("tcp://127.0.0.1:1", "nonsense"):

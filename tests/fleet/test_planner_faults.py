@@ -3,14 +3,12 @@ import json
 import os
 import sys
 import unittest
-from pathlib import Path
 from unittest import mock
 
-from kit import FleetTest
+from kit import FAULTY_PLANNER as PLANNER, TOOLS, FleetTest
 import worker
 
-PLANNER = Path(__file__).with_name("faulty-planner")
-PROGRAM = Path(__file__).resolve().parents[2] / "tools/fleet/aerolink-fleet"
+PROGRAM = TOOLS / "aerolink-fleet"
 
 
 def devices(count, evil):

@@ -7,8 +7,9 @@ import signal
 import subprocess
 import time
 import unittest
+from pathlib import Path
 
-from kit import PATIENCE, FleetTest, sample
+from kit import FAULTY_PLANNER, PATIENCE, FleetTest, sample
 
 DEVICES = 1000  # some chunks
 
@@ -60,10 +61,13 @@ class Terminal(FleetTest):
         self.assertTrue(started)
         os.killpg(process.pid, number)
         output = process.communicate(timeout=PATIENCE)[0]
+        self.assert_ended(started)
+        return process, output
+
+    def assert_ended(self, started):
         deadline = time.monotonic() + PATIENCE
         while left := started & {each for each, _ in processes()}:
             self.assertLess(time.monotonic(), deadline, left)
-        return process, output
 
     def test_interrupted(self):
         for number in (signal.SIGINT, signal.SIGTERM):
@@ -96,6 +100,21 @@ class Terminal(FleetTest):
         self.assertEqual((process.returncode, said), (128 + signal.SIGINT, b""))
         self.assertTrue(output.startswith(b"INCOMPLETE: stopped by SIGINT"))
 
+    def test_a_second_signal_does_not_wait(self):
+        fleet = self.file("fleet", b'{"id": "evil"}\n')
+        hanging = {"AEROLINK": str(FAULTY_PLANNER), "FAULT": "hang"}
+        process = self.start_slowly("--devices", fleet, stderr=subprocess.PIPE, environment=hanging)
+        while not any("faulty-planner" in command(each) for child in children(process.pid) for each in children(child)):
+            self.assertIsNone(process.poll())
+        started = descendants(process.pid)
+        for _ in range(2):
+            os.killpg(process.pid, signal.SIGINT)
+            time.sleep(0.5)
+        output = process.communicate(timeout=PATIENCE)[0]
+        self.assertEqual(process.returncode, 128 + signal.SIGINT)
+        self.assertTrue(output.startswith(b"INCOMPLETE: stopped by SIGINT. This is the sum of the first 0."))
+        self.assert_ended(started)
+
     def test_a_killed_process_costs_no_device(self):
         fleet = self.file("fleet", self.devices)
         process, screen = self.start("-j2", "--devices", fleet)
@@ -115,6 +134,13 @@ def processes():
             continue
         if state != "Z":
             yield int(name), int(parent)
+
+
+def command(process):
+    try:
+        return Path(f"/proc/{process}/cmdline").read_text(encoding="utf-8", errors="replace")
+    except OSError:
+        return ""
 
 
 def children(parent):

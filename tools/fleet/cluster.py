@@ -27,9 +27,7 @@ class Cluster:
             raise Unreachable(f"--scheduler needs Dask (the Debian package python3-distributed): {failure}") from None
         self.wait = wait
         cloudpickle.register_pickle_by_value(worker)
-        for name in list(logging.root.manager.loggerDict):  # what Dask copes with itself is nobody's business
-            if name.partition(".")[0] == "distributed":
-                logging.getLogger(name).setLevel(logging.CRITICAL)
+        logging.disable()  # what Dask copes with itself is nobody's business, and the rest is raised
         try:
             self.client = Client(address, timeout=SECONDS_TO_CONNECT)
         except (OSError, ValueError) as failure:
@@ -78,6 +76,17 @@ class Cluster:
         if self.workers() or time.monotonic() - self.last_seen < SECONDS_WITHOUT_WORKERS:
             return None
         return f"the cluster has had no workers for {SECONDS_WITHOUT_WORKERS} seconds"
+
+    def explain(self, failure):
+        """What it means that a chunk could not be had. Whatever a worker raises has lost its class on the way."""
+        match type(failure).__name__:
+            case "CannotPlan":
+                return f"a worker cannot plan: {failure}"
+            case "CancelledError":
+                return "the scheduler is gone"
+            case "KilledWorker":
+                return f"workers are killed again and again: {failure}"
+        return f"{type(failure).__name__}: {failure}"
 
     def close(self):
         self.client.close(timeout=SECONDS_TO_CLOSE)

@@ -30,7 +30,7 @@ class Local:
         return len(self.processes)
 
     def window(self):
-        return 2 * self.workers() + 1
+        return self.workers() + self.workers() // 2 + 1
 
     def submit(self, chunk, order):
         return self.threads.submit(self.plan, chunk, order)
@@ -53,6 +53,9 @@ class Local:
 
     def why_stuck(self):
         return None
+
+    def explain(self, failure):
+        return str(failure) if isinstance(failure, worker.CannotPlan) else f"{type(failure).__name__}: {failure}"
 
     def close(self):
         """Ends what is under way."""

@@ -39,10 +39,10 @@ class Run:
                     self.take_first()
                 if self.stop.at_once or self.why_stuck():
                     break
-        except (worker.CannotPlan, Unwritable) as failure:
+        except Unwritable as failure:
             self.give_up(str(failure))
         except Exception as failure:  # of a cluster, anything can come
-            self.give_up(f"{type(failure).__name__}: {failure}")
+            self.give_up(self.engine.explain(failure))
         if self.stop:
             self.give_up(f"stopped by {self.stop.name}")
 
