@@ -51,7 +51,8 @@ class FleetTest(unittest.TestCase):
     def start_slowly(self, *words, environment=None, **options):
         """A run that lasts some seconds, however few its devices are."""
         process = subprocess.Popen([str(TOOLS / "aerolink-fleet"), *self.command(*words)[2:]], stdout=subprocess.PIPE,
-                                   start_new_session=True, cwd=self.folder, env=os.environ | (environment or SLOW), **options)
+                                   start_new_session=True, cwd=self.folder, env=os.environ | (environment or SLOW),
+                                   **options)
         self.addCleanup(end, process)
         return process
 

@@ -13,8 +13,8 @@ NONE = {"devices": 0, "error": 0, "slowest": None} | {name: {"devices": 0} for n
 class Conditions(unittest.TestCase):
     def test_what_holds(self):
         for text in ("refused>0", "refused>=1", "refused=1", "refused<2", "refused<=1", "refused>0.4%", "refused=0.5%",
-                     "unknown=100%", "error>=1%", "error=2", "ignored=0", "changed<100%", " reboot > 1 % ", "seconds>30",
-                     "lan_address_changed=3.5%", "no_radio<1", "restart=0", "unchanged<=4%"):
+                     "unknown=100%", "error>=1%", "error=2", "ignored=0", "changed<100%", " reboot > 1 % ",
+                     "seconds>30", "lan_address_changed=3.5%", "no_radio<1", "restart=0", "unchanged<=4%"):
             with self.subTest(text):
                 self.assertEqual([condition.holds(SOME) for condition in conditions.parse(text)], [True])
 
@@ -34,7 +34,8 @@ class Conditions(unittest.TestCase):
                          ["refused>0", "reboot>1%"])
 
     def test_what_is_none(self):
-        for text in ("", "refused", "refused>", ">0", "refused>-1", "refused>1e9", "refused>>1", "refused>0,", "refusd>0",
+        for text in ("", "refused", "refused>", ">0", "refused>-1", "refused>1e9", "refused>>1", "refused>0,",
+                     "refusd>0",
                      "complete=1", "seconds>1%", "refused==1", "refused>0;reboot>0", "refused>" + "9" * 13, "keys>0"):
             with self.subTest(text), self.assertRaises(ValueError):
                 conditions.parse(text)

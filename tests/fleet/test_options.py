@@ -28,7 +28,8 @@ class Options(FleetTest):
         self.assertEqual((done.returncode, json.loads(done.stdout)["devices"]), (0, 60))
 
     def test_wrong_requests(self):
-        for request, said in (("{", "request"), ("missing", "missing: No such file"), ("[]", "no JSON object"), ("", "")):
+        for request, said in (("{", "request"), ("missing", "missing: No such file"), ("[]", "no JSON object"),
+                              ("", "")):
             with self.subTest(request):
                 done = self.run_command([AEROLINK, "fleet", "--devices", str(self.devices), request])
                 self.assert_refused(done, said)

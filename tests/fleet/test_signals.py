@@ -1,10 +1,13 @@
 """At a terminal: progress, and what Ctrl-C leaves. Elsewhere: processes that are killed."""
+import fcntl
 import json
 import os
 import pty
 import re
 import signal
 import subprocess
+import sys
+import termios
 import time
 import unittest
 from pathlib import Path
@@ -91,11 +94,13 @@ class Terminal(FleetTest):
     def test_interrupted_while_nothing_comes(self):
         reading, writing = os.pipe()
         process = self.start_slowly("--devices", "-", stdin=reading, stderr=subprocess.PIPE)
-        os.close(reading)
         os.write(writing, self.devices[:1000])
-        time.sleep(1)
+        while unread(reading):
+            self.assertIsNone(process.poll())
+            time.sleep(0.01)
         os.killpg(process.pid, signal.SIGINT)
         output, said = process.communicate(timeout=PATIENCE)
+        os.close(reading)
         os.close(writing)
         self.assertEqual((process.returncode, said), (128 + signal.SIGINT, b""))
         self.assertTrue(output.startswith(b"INCOMPLETE: stopped by SIGINT"))
@@ -134,6 +139,11 @@ def processes():
             continue
         if state != "Z":
             yield int(name), int(parent)
+
+
+def unread(pipe):
+    """Bytes that wait in it."""
+    return int.from_bytes(fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)), sys.byteorder)
 
 
 def command(process):

@@ -66,8 +66,8 @@ class Local:
 
 
 class Process:
-    """A Python process that serves chunks (worker.py), begun when it is needed. It is the first of a session of its own:
-    a terminal's Ctrl-C does not reach it, and it can be ended together with its planner."""
+    """A Python process that serves chunks (worker.py), begun when it is needed. It is the first of a session of its
+    own: a terminal's Ctrl-C does not reach it, and it can be ended together with its planner."""
 
     def __init__(self):
         self.running = None

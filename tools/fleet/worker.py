@@ -7,8 +7,8 @@ A sum, of a chunk or of a fleet:
     errors   message, with N for numbers: row
     models   model: what: row; what is ("device", FACT) or ("key", KEY, OUTCOME, REASON)
     slowest  (seconds, number, id, model) of the device whose handler takes longest, or None
-A row is [how many devices, up to three of them as (number, id), a note on the first one]. The number of a device is that
-of its line in the whole fleet, from 0. Rows stand in the order of their first device.
+A row is [how many devices, up to three of them as (number, id), a note on the first one]. The number of a device is
+that of its line in the whole fleet, from 0. Rows stand in the order of their first device.
 """
 import json
 import os
@@ -97,7 +97,7 @@ def plan_chunk(chunk, order):
 
 
 def serve(requests, answers):
-    """Plans chunk after chunk: pairs (chunk, order) come in, pairs (result of plan_chunk, why it cannot plan) go out."""
+    """Plans chunk after chunk: pairs (chunk, order) come in, pairs (result of plan_chunk, why it cannot) go out."""
     while True:
         try:
             chunk, order = pickle.load(requests)
