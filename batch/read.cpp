@@ -74,12 +74,12 @@ void read_common(json_object *out, zuci2_context *ctx) {
     }
 }
 
-void read_table(const readable &device, json_object *out, zuci2_context *ctx) {
-    for (const batch_entry &row : device.table) {
+void read_table(const readable &reported, json_object *out, zuci2_context *ctx) {
+    for (const batch_entry &row : reported.table) {
         char value[option_size];
         read_option(ctx, row.uci_path, value);
         if (value[0] == '\0') {
-            if (lists(device.zero_while_unset, row.json_key))
+            if (lists(reported.zero_while_unset, row.json_key))
                 zjson_add_string(out, row.json_key, "0");
         } else if (!equal(row.json_key, "password")) {
             zjson_add_string(out, row.json_key, value);
