@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The deepest stack use of a function, from the frame sizes and calls that GCC states for each source file.
 
 A call through a pointer has no callee in GCC's call graph. Here it may reach every function of the plug-in that has

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads what a footprint needs from an ELF file of any word size and byte order."""
 
 import struct

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The maker's libraries that the plug-in names: libzuutil and libzuwificore.
 
 # aerolink_add_placeholder(TARGET NAME FOLDER): an empty libNAME.so in FOLDER, enough for a linker to record its name.

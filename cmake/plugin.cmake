@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The plug-in. Its code is C++, but it is linked with the C driver and needs no C++ runtime.
 
 # The load balancers of the six server zones: a property of the deployment, 1 to 63 characters each.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # AddressSanitizer and UndefinedBehaviorSanitizer for one target; any finding ends the program.
 function(aerolink_sanitize target)
     target_compile_options(${target} PRIVATE -fsanitize=address,undefined -fno-sanitize-recover=all

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The warnings that every target is built with; any of them stops the build.
 add_library(aerolink_warnings INTERFACE)
 target_compile_options(aerolink_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)

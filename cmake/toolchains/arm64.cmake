@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # 64-bit ARM.
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(AEROLINK_TRIPLET aarch64-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # A Debian cross compiler with multi-arch libraries. The including file sets AEROLINK_TRIPLET and
 # CMAKE_SYSTEM_PROCESSOR.
 set(CMAKE_SYSTEM_NAME Linux)

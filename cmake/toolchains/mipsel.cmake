@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Little-endian 32-bit MIPS: the MT7628 and MT7621 class.
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 set(AEROLINK_TRIPLET mipsel-linux-gnu)

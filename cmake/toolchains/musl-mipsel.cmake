@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Little-endian 32-bit MIPS with musl: the MT7628 and MT7621 class as it ships.
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 set(AEROLINK_TRIPLET mipsel-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The desk's processor with musl.
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(AEROLINK_TRIPLET x86_64-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # musl and json-c, built by devkit/targets with Debian's compiler. The including file sets AEROLINK_TRIPLET,
 # AEROLINK_MUSL (the folder of its C library), AEROLINK_CXX_HEADERS and CMAKE_SYSTEM_PROCESSOR.
 set(CMAKE_SYSTEM_NAME Linux)

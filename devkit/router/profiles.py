@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The device profiles: what a router of each model has in "/etc" when it leaves the factory."""
 import ctypes
 import hashlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The router's time-zone table, made from this machine's time-zone data."""
 from pathlib import Path
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Starts the daemon for a test, talks to it, and stops it again."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Who may use the daemon: Host, Origin and token."""
 
 import http.client

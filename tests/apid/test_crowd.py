@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Many clients that only cost: an honest one does not notice them."""
 
 import contextlib

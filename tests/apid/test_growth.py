@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Thousands of requests leave neither memory nor descriptors behind."""
 
 import http.client

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Requests made to confuse: each is answered once, in JSON, at once, and nothing in it reaches a handler unseen."""
 
 import random

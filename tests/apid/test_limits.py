@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sizes and times at their limits."""
 
 import concurrent.futures

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the daemon makes of failures of poll: a signal is none."""
 
 import errno

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How a request is read: paths, methods, queries, bodies, and what is malformed."""
 
 from support import DaemonTest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Handlers: results, the reference of "name", the dispatcher, one at a time, replies of every kind."""
 
 import concurrent.futures

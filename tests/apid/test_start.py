@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The command line, the refusals at the start, and the listening socket."""
 
 import os

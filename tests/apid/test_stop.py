@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A stop finishes the requests in work and nothing else."""
 
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The companion plug-in, by itself and behind another plug-in's route."""
 
 import os

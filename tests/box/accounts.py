@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Passwords as the router stores them."""
 import ctypes
 import hashlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a push of every setting makes of a model."""
 from typing import NamedTuple
 

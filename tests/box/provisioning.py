@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a provisioning tool sends, and what it leaves in a router of each model."""
 from typing import NamedTuple
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Starts a router in a box for a test, and looks at it from all sides."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A push of every setting to one model, over HTTP, and what it leaves in the router.
 
 The model comes from the environment. One router is pushed to, read back, pushed wrong values and rebooted.

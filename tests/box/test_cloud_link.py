@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The cloud link of one model, over HTTP: switched, moved, bound, unbound, and its log.
 
 The model comes from the environment. One router is taken from request to request.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a box may use of the machine."""
 import sys
 import tempfile

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A new router of every model, and the time-zone table."""
 import hashlib
 import unittest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Several routers side by side, and the script that starts one."""
 import fcntl
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The firmware around the plug-in: shell, journal, log, services and programs."""
 import ctypes
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The box itself: what it keeps apart, restarts, keeps and refuses."""
 import os
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The record that the router's daemon keeps of requests and of what the plug-in does for them."""
 import json
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A device of one model, provisioned over HTTP from the factory to its brand, and read back.
 
 The model comes from the environment. One router is provisioned, handed to a customer's cloud, provisioned

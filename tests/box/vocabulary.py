@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The batch tables, as the recorded case plugin/tables pins them: UCI path, JSON key, check of a pushed value."""
 from pathlib import Path
 from typing import NamedTuple

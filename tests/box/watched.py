@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A router that a test watches request by request."""
 import contextlib
 import subprocess

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the check of the exported interface sees a change: the plug-in against altered descriptions of it.
 
 The plug-in comes from the environment. The description is the changed side here, which shows as much.

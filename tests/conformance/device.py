@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The conformance program, copied to a router in a box and run there."""
 import os
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The plug-in that checks a daemon: the kit's daemon passes, and each fault is named."""
 import json
 import os

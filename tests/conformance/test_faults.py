@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Each contract's line says FAIL for a library that breaks the contract, and no other line does."""
 import unittest
 from concurrent.futures import ThreadPoolExecutor

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The kit's own libraries keep every contract, and the program leaves the router as it was."""
 import unittest
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The examples of a document: its ```console blocks, and how their output is compared.
 
   $ COMMAND    is run; a backslash at the end of a line continues it

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Asks the plug-in, loaded by the player of recorded tests."""
 import os
 import subprocess

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every decision of docs/decisions.md is named where the code does as it says, and no other number is."""
 import re
 import unittest

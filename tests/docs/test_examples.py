@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the examples of one document, from top to bottom, and compares what they print.
 
 The document comes from the environment. It begins with a new heron, as ./run starts one, if any command talks to a

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the examples' own checker sees what it has to see."""
 import unittest
 

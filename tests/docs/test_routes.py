@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether docs/api.md has every route of the plug-in: a row in the overview, and a section with an example."""
 import re
 import unittest

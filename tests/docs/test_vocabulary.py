@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the generated part of docs/batch.md is what the plug-in's tables say."""
 import unittest
 from pathlib import Path

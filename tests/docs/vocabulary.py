@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Writes the batch vocabulary of docs/batch.md from the tables of the loaded plug-in.
 
 usage: PLAYER=PLAYER PLUGIN=PLUGIN python3 vocabulary.py DOCUMENT    rewrites the generated part of the document

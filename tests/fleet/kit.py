@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs `aerolink fleet` and `aerolink fleet-sample` for a test."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A Dask cluster on the loopback: the same results, whichever worker is lost; and what is wrong with it is said."""
 import contextlib
 import json

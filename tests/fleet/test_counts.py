@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Ten thousand devices: the summary's numbers are those counted from the plans, and do not depend on how it was run."""
 import json
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Files of a fleet: plain, packed, piped, several, broken, hostile."""
 import gzip
 import json

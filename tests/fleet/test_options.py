@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Requests, options and exit status."""
 import json
 import os

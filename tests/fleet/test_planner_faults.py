@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A planner that fails on one device costs that device alone; one that cannot plan at all ends the run."""
 import json
 import os

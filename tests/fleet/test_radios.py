@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """How many radios a plan finds on."""
 import json
 import unittest

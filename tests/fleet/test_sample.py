@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether a made-up fleet is the same every time, covers the models, and is mostly sound."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """At a terminal: progress, and what Ctrl-C leaves. Elsewhere: processes that are killed."""
 import fcntl
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sums of chunks: the same sum however a fleet is cut, and a small one however hostile it is."""
 import json
 import random

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the programs that search for faults, as the tests and the soak do."""
 
 import os

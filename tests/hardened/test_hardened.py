@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A hardened build refuses what a shell would interpret, keeps secrets out of the log, and changes nothing else."""
 import difflib
 import json

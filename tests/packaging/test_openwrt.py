@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The recipe of the OpenWrt package: its statements, its configuration, and what it builds and installs.
 
 An SDK's makefiles are stood in for by those in sdk/, which do with the recipe what an SDK does with it.

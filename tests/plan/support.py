@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the command `aerolink` as its users do."""
 import copy
 import functools

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The state folder of a router in a box, while it runs and after it."""
 import json
 import tempfile

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The front door: its help, its version, and the programs that it runs for other words."""
 import os
 import shutil

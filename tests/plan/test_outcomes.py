@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a plan says of each key: a table of requests, and what must be said of the keys in them."""
 import unittest
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every kind of snapshot: folder, backup, export, JSON object; and what is wrong with those that are refused."""
 import gzip
 import io

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Streams: order, errors that name their line, answers while the sender waits, and flat memory."""
 import contextlib
 import json

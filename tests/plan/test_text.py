@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What people read: plans as text, on a terminal and elsewhere, and the lines of `check`."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the tests of several processes, faults and full disks share: a folder with a package, and `uci` on it."""
 import os
 import pathlib

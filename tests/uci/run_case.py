@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Plays one case file of the command `uci` in an empty folder: run_case.py UCI CASE.
 
 Each line of a case begins with its kind:

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A process that is killed, or a system call that fails, at every single step of a command: nothing is lost."""
 import errno
 import itertools

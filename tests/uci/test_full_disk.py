@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A full disk, for real: a small file system of its own in a sandbox, once below the changes, once below the files."""
 import os
 import shutil

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Several processes at once: no acknowledged change is lost or made twice, and no reader sees a torn file."""
 import subprocess
 import unittest

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Plans chunks on the workers of a running Dask cluster."""
 import logging
 import time

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The conditions of --fail-on: `refused>0,reboot>1%` and the like, each true or false of a summary."""
 import operator
 import re

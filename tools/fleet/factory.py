@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The configuration that a router of each model has when it leaves the factory, as a value that can be changed.
 
 A configuration is a dictionary of packages in the order of `uci export`; a package is a list of sections.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Plans chunks on this machine's cores, in processes of its own."""
 import concurrent.futures
 import contextlib

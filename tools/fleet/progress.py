@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A line on the terminal that says how far a fleet is."""
 import os
 import sys

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The summary of a fleet as text for people."""
 from summary import OUTCOMES
 

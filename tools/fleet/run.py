@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Plans a fleet: chunk after chunk goes to an engine, and the sums come back in the order of the input."""
 import zlib
 from collections import deque

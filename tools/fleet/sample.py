@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A made-up fleet: snapshots of routers of all models as they are found in the field, a few of them broken.
 
 What owners do to a router is a table of habits, each with its share of the fleet.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads the files of a fleet, plain or packed by gzip or zstd, and cuts them into chunks of whole lines."""
 import contextlib
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The sum of a fleet: chunks' sums (worker.py) put together in the order of the input, and what is told of them.
 
 Whatever the chunks were and wherever they were planned, the same fleet has the same sum.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What happens to a chunk of snapshots, wherever it is: `aerolink plan --stream` plans it, and its plans are summed up.
 
 A worker of a cluster gets this module by value and need not have it: it uses the standard library and nothing else.

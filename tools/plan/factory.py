@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes what `aerolink` knows of devices without asking one: a snapshot of each model as it leaves the factory, made
 from the box's device profiles, and the firmware's time-zone table.
 

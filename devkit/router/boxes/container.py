@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The bubblewrap container around one router: own users, processes, network, IPC and host name."""
 import contextlib
 import os

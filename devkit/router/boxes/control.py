@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs shell commands in a running box."""
 import contextlib
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What a box may use of the machine.
 
 Processes are limited together; memory is limited for each process and for "/tmp", which lies in memory; disk for each

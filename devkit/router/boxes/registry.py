@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Which boxes this user runs: a folder of links to the state folders, one a box."""
 import contextlib
 import os

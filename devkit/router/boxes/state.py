@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The state folder of one router: its "/etc", "/var" and "/www", and what a running box needs."""
 import contextlib
 import fcntl

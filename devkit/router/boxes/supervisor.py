@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Keeps a box running: starts it again after a reboot, and as a watchdog does after its init was killed."""
 import time
 

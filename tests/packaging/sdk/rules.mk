@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Stands in for an SDK's rules.mk: names of folders and tools, and the user's configuration. Set on the command line:
 # TOPDIR (the folder of this file), SOURCE_TREE (the package's unpacked source), OUT (what is made goes there),
 # CONFIG (the .config).

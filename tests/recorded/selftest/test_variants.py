@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Cases that are written as what differs from another one."""
 import os
 import subprocess

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
 # For the stand-ins that are running processes. They wait on a pipe of their own, so that no child of theirs is left
 # when they are killed.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Stands in for an SDK's cmake.mk: the steps of a package that is built with CMake.
 CMAKE_OPTIONS:=
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Stands in for an SDK's package.mk: takes the package's source as unpacked, builds it and makes the package's folder.
 ifneq ($(words $(PKG_NAME) $(PKG_VERSION) $(PKG_RELEASE)),3)
   $(error PKG_NAME, PKG_VERSION and PKG_RELEASE belong before package.mk)
