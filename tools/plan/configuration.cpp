@@ -227,11 +227,11 @@ std::string configuration::resolve(const std::string &path) {
     return known.where.package + "." + name + (known.where.option.empty() ? "" : "." + known.where.option);
 }
 
-known_path &configuration::know(std::string_view path) {
-    const auto [entry, is_new] = paths_.try_emplace(std::string(path));
-    known_path &known = entry->second;
-    if (!is_new)
-        return known;
+text_table<known_path>::value_type &configuration::entry_of(std::string_view path) {
+    if (const auto known = paths_.find(path); known != paths_.end())
+        return *known;
+    auto &entry = *paths_.emplace(path, known_path()).first;
+    known_path &known = entry.second;
     try {
         known.where = uci::parse_path(path);
         known.valid = !known.where.value;
@@ -239,7 +239,7 @@ known_path &configuration::know(std::string_view path) {
     } catch (const uci::error &) {
         known.valid = false;
     }
-    return known;
+    return entry;
 }
 
 size_t configuration::slot_of(const std::string &package) {
@@ -278,7 +278,7 @@ const char *configuration::get(const char *path) {
 }
 
 bool configuration::set(const char *path, const char *value) {
-    const known_path &known = know(path);
+    const auto &[name, known] = entry_of(path);
     uci::package *content = known.valid ? writable(known.package) : nullptr;
     if (content == nullptr)
         return false;
@@ -289,12 +289,12 @@ bool configuration::set(const char *path, const char *value) {
     } catch (const uci::error &) {
         return false;
     }
-    written_.push_back(&paths_.find(path)->first);
+    written_.push_back(&name);
     return true;
 }
 
 bool configuration::remove(const char *path) {
-    const known_path &known = know(path);
+    const auto &[name, known] = entry_of(path);
     uci::package *content = known.valid ? writable(known.package) : nullptr;
     if (content == nullptr)
         return false;
@@ -303,7 +303,7 @@ bool configuration::remove(const char *path) {
     } catch (const uci::error &) {
         return false;
     }
-    written_.push_back(&paths_.find(path)->first);
+    written_.push_back(&name);
     return true;
 }
 

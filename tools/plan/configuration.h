@@ -18,6 +18,14 @@ struct batch_entry;
 
 namespace plan {
 
+// Finds texts in a table of strings without a copy of them.
+struct text_hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+template <typename Value>
+using text_table = std::unordered_map<std::string, Value, text_hash, std::equal_to<>>;
+
 // One difference between two states; nothing stands for an option or section that is not there. A section's
 // value is its type, a list's are its values joined by a space.
 struct option_change {
@@ -84,7 +92,8 @@ private:
         state now, marked;
     };
 
-    known_path &know(std::string_view path);
+    text_table<known_path>::value_type &entry_of(std::string_view path);
+    known_path &know(std::string_view path) { return entry_of(path).second; }
     void know_again(const batch_entry &row);
     void forget_names();
     size_t slot_of(const std::string &package);
@@ -101,8 +110,8 @@ private:
 
     std::vector<const batch_entry *> rows_;
     std::vector<slot> slots_;
-    std::unordered_map<std::string, size_t> slot_numbers_;
-    std::unordered_map<std::string, known_path> paths_;
+    text_table<size_t> slot_numbers_;
+    text_table<known_path> paths_;
     std::vector<const batch_entry *> rows_read_;
     std::vector<const std::string *> written_; // the paths that a play has written
     std::string joined_;

@@ -34,6 +34,11 @@ inquiry::inquiry(rehearsal &stage, const snapshot &device, const route &asked, j
       made_(made), own_{stage.signature(), made.result, is_reading() ? made.response : ""},
       asked_for_(stage.asked_for()), rows_(stage.options().rows_read()) {}
 
+bool inquiry::is_asked_for(std::string_view key) const {
+    return std::ranges::find(asked_for_, key, [](const char *name) { return std::string_view(name); }) !=
+           asked_for_.end();
+}
+
 std::vector<const batch_entry *> inquiry::rows_of(const std::string &key) const {
     std::vector<const batch_entry *> found;
     for (const batch_entry *row : rows_)

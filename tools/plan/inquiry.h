@@ -4,8 +4,6 @@
 #include "tools/plan/json.h"
 #include "tools/plan/plan.h"
 
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -25,7 +23,8 @@ public:
     json_object *request() const { return request_; }
     bool is_reading() const { return route_.method == "get"; }
 
-    bool is_asked_for(const std::string &key) const { return asked_for_.contains(key); }
+    // Whether the route has looked at the member, and all that it has looked at.
+    bool is_asked_for(std::string_view key) const;
     std::vector<std::string> known_keys() const { return {asked_for_.begin(), asked_for_.end()}; }
 
     // The rows of the key that the route has come to; none when the key is in no table.
@@ -68,7 +67,7 @@ private:
     json_object *request_;
     const request_plan &made_;
     trace own_;
-    std::set<std::string> asked_for_;
+    std::vector<const char *> asked_for_;
     std::vector<const batch_entry *> rows_;
 };
 

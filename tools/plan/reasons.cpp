@@ -8,6 +8,7 @@
 #include "tools/vocabulary/keys.h"
 
 #include <algorithm>
+#include <set>
 
 namespace plan {
 

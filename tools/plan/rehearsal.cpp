@@ -81,7 +81,7 @@ void rehearsal::set_device(const snapshot &device) {
         },
         this);
     stage_set_listener(
-        [](void *self, const char *member) { static_cast<rehearsal *>(self)->asked_for_.insert(member); },
+        [](void *self, const char *member) { static_cast<rehearsal *>(self)->asked_for_.push_back(member); },
         this);
     stage_set_acting(true);
     put_files(device);

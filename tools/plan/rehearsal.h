@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -49,9 +48,9 @@ public:
 
     configuration &options() { return options_; }
 
-    // The members of the request that the last play has asked for, or that a row of a table it visited is
-    // for.
-    const std::set<std::string> &asked_for() const { return asked_for_; }
+    // The members of the request that the last play has asked for, again and again where it has. The names
+    // are the plug-in's own.
+    const std::vector<const char *> &asked_for() const { return asked_for_; }
 
 private:
     void put_files(const snapshot &device);
@@ -61,7 +60,7 @@ private:
     companion_plugin companion_;
     const snapshot *device_ = nullptr;
     stage_device facts_{};
-    std::set<std::string> asked_for_;
+    std::vector<const char *> asked_for_;
 };
 
 } // namespace plan
