@@ -87,11 +87,24 @@ static char *show_fields(struct line line, const struct filter *filter, char *en
     return end;
 }
 
+// The beginning of the next line that can have the text in it; the end when there is none. Tables of hundreds
+// of lines are searched for one.
+static const char *skip_lines(const char *text, const char *end, const char *wanted) {
+    const char *found = memmem(text, (size_t)(end - text), wanted, strlen(wanted));
+    while (found && found > text && found[-1] != '\n') {
+        found--;
+    }
+    return found ? found : end;
+}
+
 static size_t show_lines(const char *text, const struct filter *filter, const regex_t *expression,
                          char *out) {
     char *end = out;
     const char *text_end = text + strlen(text);
     while (text < text_end) {
+        if (filter->kind == filter_text) {
+            text = skip_lines(text, text_end, filter->pattern);
+        }
         struct line line = cut_before((struct line){text, (size_t)(text_end - text)}, '\n');
         text += line.length;
         text += *text == '\n';
