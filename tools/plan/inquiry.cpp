@@ -97,6 +97,15 @@ bool inquiry::has_effect(const std::string &key, const std::string &text, const 
     return has_effect(key, with(key, value.get()).get(), other);
 }
 
+std::vector<std::string> inquiry::effective_keys(json_object *request) {
+    play(request, {});
+    std::vector<std::string> keys;
+    for (const stage_effect &each : stage_.effects())
+        if (each.key != nullptr && is_intended(each) && (keys.empty() || keys.back() != each.key))
+            keys.emplace_back(each.key);
+    return keys;
+}
+
 bool inquiry::differs(json_object *request, const variation &other) { return play(request, other) != own_; }
 
 int inquiry::result_of(json_object *request, const variation &other) { return play(request, other).result; }

@@ -41,6 +41,9 @@ public:
     bool has_effect(const std::string &key, json_object *request, const variation &other = {});
     bool has_effect(const std::string &key, const std::string &text, const variation &other = {});
 
+    // The keys of this request whose rows have effects.
+    std::vector<std::string> effective_keys(json_object *request);
+
     // Whether the route does and answers anything else than for the request itself.
     bool differs(json_object *request, const variation &other = {});
 

@@ -215,10 +215,23 @@ key_outcome ignored(inquiry &asked, const std::string &key, json_object *good) {
                    has_row ? "this route never writes it on this model" : "nothing comes of it here and now");
 }
 
-// The route has looked at the key, and nothing came of it.
-key_outcome silent(inquiry &asked, const std::string &key, json_object *given) {
+// The keys of which something would come if all of these had acceptable values: one play instead of one for
+// each.
+std::vector<std::string> acceptable_together(inquiry &asked, const std::vector<std::string> &keys) {
+    json_owner request = asked.without({});
+    for (const std::string &key : keys)
+        if (json_owner good = acceptable(key, json_object_object_get(request.get(), key.c_str())))
+            json_object_object_add(request.get(), key.c_str(), good.release());
+    return keys.empty() ? keys : asked.effective_keys(request.get());
+}
+
+// The route has looked at the key, and nothing came of it. surely: keys of which it is known that another
+// value would have an effect.
+key_outcome silent(inquiry &asked, const std::string &key, json_object *given,
+                   const std::vector<std::string> &surely) {
     const json_owner good = acceptable(key, given);
-    if (good && asked.has_effect(key, asked.with(key, good.get()).get()))
+    if (good && (std::ranges::find(surely, key) != surely.end() ||
+                 asked.has_effect(key, asked.with(key, good.get()).get())))
         return refused(asked, key, given, text_of_value(good.get()));
     return ignored(asked, key, good.get());
 }
@@ -238,7 +251,7 @@ key_outcome by_difference(inquiry &asked, const observer &seen, const std::strin
         own = asked.missing_from(asked.without({key}).get());
     std::erase_if(own, [](const effect *each) { return !is_intended(*each); });
     if (own.empty() && asked.made().result != 0)
-        return silent(asked, key, given);
+        return silent(asked, key, given, {});
     return found(key, seen.best(own).value_or(outcome::applied));
 }
 
@@ -304,6 +317,8 @@ std::vector<key_outcome> outcomes_of(rehearsal &stage, const snapshot &device, c
         }
     }
     const std::set<std::string> in_sight = showing(asked, open);
+    std::erase_if(open, [&](const std::string &key) { return in_sight.contains(key); });
+    const std::vector<std::string> surely = acceptable_together(asked, open);
     for (key_outcome &each : result) {
         json_object *given = json_object_object_get(request, each.key.c_str());
         if (each.outcome != outcome::unknown)
@@ -311,7 +326,7 @@ std::vector<key_outcome> outcomes_of(rehearsal &stage, const snapshot &device, c
         if (in_sight.contains(each.key))
             each = by_difference(asked, seen, each.key, given);
         else if (asked.is_asked_for(each.key))
-            each = silent(asked, each.key, given);
+            each = silent(asked, each.key, given, surely);
         else
             each = unknown(asked, each.key, given);
     }
