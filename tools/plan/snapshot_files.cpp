@@ -1,8 +1,7 @@
 // Snapshots from a device's files.
-#include "devkit/uci/error.h"
-#include "devkit/uci/format.h"
 #include "devkit/uci/text.h"
 #include "tools/plan/snapshot.h"
+#include "tools/plan/uci_text.h"
 
 #include <algorithm>
 #include <array>
@@ -34,8 +33,8 @@ std::optional<std::string> fact(const file_map &files, std::string_view name) {
 
 uci::package read_package(const std::string &path, const std::string &text) {
     try {
-        return uci::parse_file(path.substr(config_folder.size()), text);
-    } catch (const uci::error &problem) {
+        return parse_package(path.substr(config_folder.size()), text);
+    } catch (const input_error &problem) {
         throw input_error(path + ": " + problem.what());
     }
 }

@@ -1,10 +1,10 @@
 // Snapshots as JSON objects, and as text that may be one.
-#include "devkit/uci/error.h"
 #include "devkit/uci/format.h"
 #include "tools/plan/factory.h"
 #include "tools/plan/json.h"
 #include "tools/plan/snapshot.h"
 #include "tools/plan/suggestion.h"
+#include "tools/plan/uci_text.h"
 
 #include <algorithm>
 #include <array>
@@ -123,11 +123,9 @@ void read_configuration(json_object *object, snapshot &out) {
     const std::string_view content = text_of(value);
     if (!json_object_is_type(value, json_type_string))
         refuse("uci", "must be the text of `uci export`");
-    if (content.size() > configuration_limit)
-        refuse("uci", "is longer than " + std::to_string(configuration_limit) + " bytes");
     try {
-        out.packages = uci::parse_export(content);
-    } catch (const uci::error &problem) {
+        out.packages = parse_packages(content);
+    } catch (const input_error &problem) {
         refuse("uci", std::string("is no configuration: ") + problem.what());
     }
 }

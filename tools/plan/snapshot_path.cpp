@@ -1,9 +1,8 @@
 // Which kind of snapshot a path leads to.
-#include "devkit/uci/error.h"
-#include "devkit/uci/format.h"
 #include "tools/plan/json.h"
 #include "tools/plan/open_file.h"
 #include "tools/plan/sources.h"
+#include "tools/plan/uci_text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -53,13 +52,11 @@ snapshot from_content(std::string_view content, const std::string &model) {
 snapshot from_export(std::string_view text, const std::string &model) {
     if (model.empty())
         throw input_error("an export does not say its model: --model does");
-    if (text.size() > configuration_limit)
-        throw input_error("larger than " + std::to_string(configuration_limit) + " bytes");
     snapshot result;
     result.model = model;
     try {
-        result.packages = uci::parse_export(text);
-    } catch (const uci::error &problem) {
+        result.packages = parse_packages(text);
+    } catch (const input_error &problem) {
         throw input_error(std::string("no `uci export`: ") + problem.what());
     }
     if (result.packages.empty())
