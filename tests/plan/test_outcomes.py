@@ -16,6 +16,14 @@ def without(model, line, **changes):
     return device
 
 
+def one_interface(model):
+    """A device whose guests use the first network, so that two keys write one option."""
+    device = factory(model)
+    head, _, rest = device["uci"].partition("config wifi-iface\n")
+    device["uci"] = head + "config wifi-iface 'guest2g'\n" + rest
+    return device
+
+
 CHANNEL = "\toption channel '6'\n"
 ENCRYPTION = "\toption encryption 'psk2'\n"
 LINK = {"cloud_enable": True, "rtty_ssh": "1", "rtty_web": "1", "serverzone": "EUROPE"}
@@ -58,6 +66,9 @@ TABLE = [
      "and wireless.wifi0.channel holds nothing yet"),
     (without("heron", ENCRYPTION), "batch_set", {"2g_encrytion": "none"}, "2g_encrytion", "ignored", "unset", ""),
     ("heron", SET_CONFIG, {"probe_json": "0"}, "probe_json", "ignored", "never", "never writes it"),
+    (one_interface("plover"), "batch_set", {"2g_ssid": "a", "guest_2g_ssid": "b"}, "2g_ssid", "ignored", "overridden",
+     "guest_2g_ssid overwrites it"),
+    (one_interface("plover"), "batch_set", {"2g_ssid": "a", "guest_2g_ssid": "a"}, "2g_ssid", "changed", None, ""),
     # --- Unknown
     ("heron", "batch_set", {"hostnam": "x"}, "hostnam", "unknown", "other", "hostname"),
     ("heron", "batch_set", {"2g_encryption": "psk2"}, "2g_encryption", "unknown", "other", "2g_encrytion"),
