@@ -60,7 +60,7 @@ void log_masked(const char *name, json_object *object) {
 } // namespace
 
 void log_json(const char *name, json_object *object) {
-    if constexpr (is_hardened)
+    if (is_hardened)
         log_masked(name, object);
     else
         log_text(name, plain_json(object));
