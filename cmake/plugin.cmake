@@ -66,7 +66,7 @@ target_compile_options(aerolink PRIVATE -Os -fno-asynchronous-unwind-tables -fno
 target_link_options(aerolink PRIVATE -nostartfiles -Wl,-z,noseparate-code -Wl,-z,max-page-size=${AEROLINK_PAGE_SIZE}
                     $<$<BOOL:${AEROLINK_PACKED_RELOCATIONS}>:-Wl,-z,pack-relative-relocs>)
 
-set(AEROLINK_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/aerolink CACHE STRING "Folder that the daemon loads its plug-ins from")
+set(AEROLINK_PLUGIN_DIR lib/api CACHE STRING "Folder that the daemon loads its plug-ins from")
 install(TARGETS aerolink LIBRARY DESTINATION ${AEROLINK_PLUGIN_DIR} COMPONENT plugin)
 install(FILES plugin/aerolink.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/aerolink/plugin COMPONENT headers)
 install(FILES platform/host.h platform/zuutil.h platform/zuwificore.h
