@@ -97,6 +97,10 @@ private:
         }
         line.expect(is_name(name), 2);
         section *existing = target.find(name);
+        if (existing != nullptr && existing->anonymous) {
+            existing->name = target.next_name(existing->type); // it only happened to get this one
+            existing = nullptr;
+        }
         if (existing != nullptr && existing->type != type)
             fail("section of different type overwrites prior section with same name", line.words[2]);
         open(target, existing != nullptr ? *existing : target.create(name, type, false));

@@ -31,6 +31,16 @@ TEST(format, every_byte_survives_in_a_value) {
     EXPECT_EQ(uci::parse_file("net", text).find("x")->find("y")->values.front(), value);
 }
 
+// A name that looks like a generated one may be the one that an anonymous section before it has got.
+TEST(format, a_name_is_no_anonymous_section_s) {
+    const std::string text = "\nconfig rule\n\toption a '1'\n\nconfig rule 'cfg0192bd'\n\toption b '2'\n\n";
+    uci::package content = uci::parse_file("net", text);
+    EXPECT_EQ(uci::to_text(content), text);
+    EXPECT_EQ(content.find("cfg0192bd")->find("b")->values.front(), "2");
+    EXPECT_EQ(content.find("@rule[0]")->find("a")->values.front(), "1");
+    EXPECT_NE(content.find("@rule[0]")->name, "cfg0192bd");
+}
+
 TEST(format, random_packages_survive) {
     generator random(20240229);
     for (int round = 0; round < 300; ++round) {
