@@ -315,10 +315,15 @@ translation translate(std::string_view pattern) {
 
 bool is_affordable(std::string_view pattern) {
     constexpr size_t most_copies = 512;
+    constexpr size_t most_in_a_row = 3;
+    size_t in_a_row = 0; // repetitions
     size_t copies = 1;
     for (size_t at = 0; at < pattern.size(); ++at) {
         if (pattern[at] == '\\' && at + 1 < pattern.size() && pattern[at + 1] >= '1' &&
             pattern[at + 1] <= '9')
+            return false;
+        in_a_row = std::string_view("*+?{").find(pattern[at]) == std::string_view::npos ? 0 : in_a_row + 1;
+        if (in_a_row > most_in_a_row)
             return false;
         size_t factor = pattern[at] == '+' ? 2 : 1;
         if (pattern[at] == '{' || pattern[at] == ',') {
