@@ -25,7 +25,7 @@ def inputs(target):
 
 def environment():
     # Where memory was allocated is costly to keep; who runs a finding alone sees it.
-    return {**os.environ, "ASAN_OPTIONS": "malloc_context_size=0:detect_stack_use_after_return=1"}
+    return {**os.environ, "ASAN_OPTIONS": "malloc_context_size=0:quarantine_size_mb=16:detect_stack_use_after_return=1"}
 
 
 def replay(program):
