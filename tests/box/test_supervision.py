@@ -193,6 +193,15 @@ class Supervisor(unittest.TestCase):
         self.assertEqual(router.stop(signal.SIGKILL), -signal.SIGKILL)
         self.assert_all_gone(processes)
 
+    def test_takes_the_box_along_when_killed_at_its_start(self):
+        for delay in range(0, 20, 2):
+            router = Router("heron")
+            time.sleep(delay / 1000)
+            processes = descendants(router.process.pid)
+            router.stop(signal.SIGKILL)
+            time.sleep(0.2)
+            self.assert_all_gone(processes)
+
     def test_state_is_kept_from_run_to_run(self):
         with tempfile.TemporaryDirectory() as folder:
             with Router("wren", folder + "/state") as router:

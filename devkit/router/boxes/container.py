@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The bubblewrap container around one router: own users, processes, network, IPC and host name."""
 import contextlib
+import ctypes
 import os
 import shutil
 import signal
@@ -15,6 +16,8 @@ from boxes.state import BOX_USER
 
 REBOOT_STATUS = 42  # of the box's init: firmware/sbin/init says the same
 PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
+LIBC = ctypes.CDLL(None)
+PR_SET_PDEATHSIG = 1
 STOP_SIGNALS = (signal.SIGTERM, signal.SIGINT)
 
 
@@ -54,6 +57,11 @@ def stop_signals_blocked():
         unblock()
 
 
+def die_with_parent(number=signal.SIGKILL):
+    """For a new child: has the kernel kill it when its parent ends, also before it can see to that itself."""
+    LIBC.prctl(PR_SET_PDEATHSIG, number)
+
+
 class Box:
     """One router, from power on to power off."""
 
@@ -80,9 +88,13 @@ class Box:
                 command = with_folder_at(self.state.folder, root, as_box_user(command))
             # A stop must wait until the new process is known: it would go on without us otherwise.
             with stop_signals_blocked() as unblock:
+                def prepare():
+                    die_with_parent()
+                    unblock()
+
                 self.process = subprocess.Popen(command, stdin=self.listener, stdout=console, stderr=console,
                                                 pass_fds=[arguments.fileno()], start_new_session=True,
-                                                preexec_fn=unblock)
+                                                preexec_fn=prepare)
 
     def end_of_boot(self, timeout):
         """How the router ended: "reboot" by its own wish, "killed", None while it runs on; else Failure."""
@@ -111,7 +123,8 @@ class Box:
 
 def as_box_user(command):
     """The command, run by the box's user; for root."""
-    return ["setpriv", f"--reuid={BOX_USER}", f"--regid={BOX_USER}", "--clear-groups", "--inh-caps=-all", *command]
+    return ["setpriv", f"--reuid={BOX_USER}", f"--regid={BOX_USER}", "--clear-groups", "--inh-caps=-all",
+            "--pdeathsig=KILL", *command]
 
 
 def with_folder_at(state_folder, mount_point, command):
