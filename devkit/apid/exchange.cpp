@@ -8,6 +8,7 @@
 
 #include "devkit/apid/routes.h"
 #include "devkit/apid/text.h"
+#include "devkit/apid/trace.h"
 #include "platform/host.h"
 
 namespace apid {
@@ -32,6 +33,14 @@ int run_handler(const route &target, json_object *request, json_object *response
     if (name == held_name)
         json_object_get(name);
     return target.handler(request, response);
+}
+
+void trace_dispatch(const char *kind, const char *path) {
+    if (!trace::is_kept())
+        return;
+    json_object *members = json_object_new_object();
+    json_object_object_add(members, "path", json_object_new_string(path));
+    trace::add(kind, members);
 }
 
 std::string reply_text(int result, json_object *response) {
@@ -62,5 +71,11 @@ outcome exchange(const route &target, json_ptr request) {
 extern "C" __attribute__((visibility("default"))) int
 custom_api_dispatcher(const char *path, json_object *request, json_object *response) {
     const apid::route *target = apid::find_route(path);
-    return target == nullptr ? -1 : apid::run_handler(*target, request, response);
+    if (target == nullptr)
+        return -1;
+    // What is recorded between these two is the other plug-in's.
+    apid::trace_dispatch("dispatch", path);
+    const int result = apid::run_handler(*target, request, response);
+    apid::trace_dispatch("dispatched", path);
+    return result;
 }
