@@ -166,7 +166,7 @@ class Run(unittest.TestCase):
 
     def test_refuses_what_it_does_not_know(self):
         for arguments in (["--colour"], ["--model"], ["--model", "penguin"], ["--model=penguin"], ["--port", "70000"],
-                          ["--port=http"], ["--port="], ["--port=-1"]):
+                          ["--port=http"], ["--port="], ["--port=-1"], ["--console-port", "65536"]):
             done = self.run_script(*arguments)
             self.assertEqual(done.returncode, 2, shlex.join(arguments))
             self.assertIn("usage: ./run", done.stderr)
@@ -182,11 +182,13 @@ class RunWithAStubForTheBuild(unittest.TestCase):
             shutil.copy(SOURCE / name, self.folder / name)
         self.stub("devkit/install", "#!/bin/sh\n")
         self.stub("bin/cmake", CMAKE)
+        self.stub("tools/console/console", '#!/bin/sh\necho "console $@" >>asked\n'
+                  'while [ "$1" != -- ]; do shift; done; shift; "$@"\n')
         self.stub("devkit/router/box", '#!/bin/sh\n[ "$1" != models ] || echo finch\necho "$@" >>asked\n')
 
     def stub(self, name, text):
         file = self.folder / name
-        file.parent.mkdir(exist_ok=True)
+        file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text(text, encoding="ascii")
         file.chmod(0o755)
 
@@ -205,6 +207,15 @@ class RunWithAStubForTheBuild(unittest.TestCase):
             errors = start.communicate(timeout=PATIENCE)[1]
             self.assertEqual(start.returncode, 0, errors)
         self.assertEqual(len(self.asked("run --model finch --port 0")), 5)
+        self.assertEqual(len(self.asked("console --port 0 --state ")), 5)
+
+    def test_the_console_and_none(self):
+        self.assertEqual(self.start("--console-port=9001").wait(PATIENCE), 0)
+        self.assertEqual(self.asked("console")[0].split()[:3], ["console", "--port", "9001"])
+        self.assertIn("--console-port 9001", self.asked("check")[0])
+        (self.folder / "asked").unlink()
+        self.assertEqual(self.start("--no-console", "--port=0").wait(PATIENCE), 0)
+        self.assertEqual((self.asked("console"), len(self.asked("run --model finch --port 0"))), ([], 1))
 
     def test_what_cannot_start_is_not_built(self):
         self.stub("devkit/router/box", '#!/bin/sh\n[ "$1" = models ] && echo finch || { echo taken >&2; exit 1; }\n')
