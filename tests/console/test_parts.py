@@ -102,6 +102,18 @@ class TrueOrder(unittest.IsolatedAsyncioTestCase):
             self.assertTrue(await waiting)
 
 
+class Verdicts(unittest.TestCase):
+    def test_the_answer_to_a_write_is_no_secret_and_that_to_a_read_is(self):
+        timeline = Timeline(State("/nonexistent"))
+        timeline.secrets.add(["2g_key"], [])
+        reply = {"status": 200, "reply": {"result": 0, "response": {"2g_key": "set false"}}}
+        timeline.text_of("request", {"method": "POST", "path": "/p", "request": {"2g_key": "short"}})
+        self.assertIn('"set false"', shown(timeline.text_of("reply", reply)))
+        self.assertEqual(timeline.secrets.pieces("x: set false"), ["x: set false"])
+        timeline.text_of("request", {"method": "GET", "path": "/p", "request": {}})
+        self.assertNotIn("set false", shown(timeline.text_of("reply", reply)))
+
+
 PLAN = {"result": 0, "response": {"2g_key": "set false"},
         "changes": [{"path": "a.b.c", "from": None, "to": "1"}],
         "effects": [{"kind": "log", "message": "x"}, {"kind": "set", "path": "a.b.c", "value": "1", "key": "k"},

@@ -7,6 +7,7 @@ import os
 from pathlib import Path
 
 ANSWER_SECONDS = 30
+CLOSE_SECONDS = 5
 KEYS_SECONDS = 180  # to find out what a model takes, on a busy machine
 LINE_LIMIT = 32 << 20
 
@@ -50,16 +51,19 @@ class Planner:
         return answers
 
     def stop(self):
-        if self.process is not None and self.process.returncode is None:
-            with contextlib.suppress(ProcessLookupError):
-                self.process.kill()
+        """Ends the process, if there is one; it is returned."""
         process, self.process = self.process, None
+        if process is not None and process.returncode is None:
+            process.stdin.close()
+            with contextlib.suppress(ProcessLookupError):
+                process.kill()
         return process
 
     async def close(self):
         process = self.stop()
         if process is not None:
-            await process.wait()
+            with contextlib.suppress(asyncio.TimeoutError):
+                await asyncio.wait_for(process.wait(), CLOSE_SECONDS)
 
     async def meanings(self):
         """What every key of every route means, by its name."""

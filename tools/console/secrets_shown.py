@@ -15,20 +15,20 @@ class Secrets:
         self.keys = set()
         self.options = set()
         self.known = {}  # in the order in which they were learned
-        self.pattern = None
+        self.patterns = {}
 
     def add(self, keys, options):
         """Takes more keys and options that are secret."""
         self.keys |= set(keys)
         self.options |= set(options)
-        self.pattern = None
+        self.patterns = {}
 
     def learn(self, text):
         if isinstance(text, str) and len(text) >= SHORTEST and text not in self.known:
             self.known[text] = True
             if len(self.known) > MOST_KNOWN:
                 del self.known[next(iter(self.known))]
-            self.pattern = None
+            self.patterns = {}
 
     def learn_members(self, members):
         """Learns from a request or a response."""
@@ -42,14 +42,10 @@ class Secrets:
             for value in values:
                 self.learn(value)
 
-    def pieces(self, text):
-        """The text in pieces."""
-        if self.pattern is None:
-            self.pattern = self.make_pattern()
-        if self.pattern.pattern == "":
-            return [text]
+    def pieces(self, text, by_name=True):
+        """The text in pieces; by_name: members of JSON whose name says that they are secret are."""
         pieces, end = [], 0
-        for match in self.pattern.finditer(text):
+        for match in self.pattern(by_name).finditer(text):
             start, stop = match.span("member") if match["member"] is not None else match.span()
             pieces += [text[end:start], {"secret": text[start:stop]}]
             end = stop
@@ -60,10 +56,15 @@ class Secrets:
         text = "(nothing)" if value is None else value
         return [{"secret": text}] if path in self.options and value else self.pieces(text)
 
-    def make_pattern(self):
+    def pattern(self, by_name):
         """Members of JSON by name, whatever they hold; known texts, however a shell or JSON escapes them."""
+        if by_name not in self.patterns:
+            self.patterns[by_name] = self.make_pattern(by_name)
+        return self.patterns[by_name]
+
+    def make_pattern(self, by_name):
         parts = []
-        if self.keys:
+        if by_name and self.keys:
             names = "|".join(sorted(map(re.escape, self.keys), key=len, reverse=True))
             parts.append(rf'"(?:{names})"\s*:\s*"(?P<member>(?:[^"\\]|\\.)*)"')
         else:

@@ -59,6 +59,7 @@ class Timeline:
         self.secrets = Secrets()
         self.sources = [(Tail(state.folder / "var/log/trace"), self.traced),
                         (Tail(state.journal), self.journaled), (Tail(state.log), self.logged)]
+        self.is_read = True  # the request at hand: the answer to a write has verdicts under the keys, no values
         self.events = []  # by time
         self.last = 0     # number of the last event that arrived
         self.raw = []     # the daemon's record as it is, for those who compare
@@ -109,12 +110,14 @@ class Timeline:
     def text_of(self, kind, of):
         if kind == "request":
             self.secrets.learn_members(of.get("request"))
+            self.is_read = of.get("method") == "GET"
             return [f"{of.get('method')} {of.get('path')} ", *self.secrets.pieces(json_text(of.get("request")))]
         if kind == "reply":
             reply = of.get("reply") or {}
-            self.secrets.learn_members(reply.get("response"))
+            if self.is_read:
+                self.secrets.learn_members(reply.get("response"))
             return [f"status {of.get('status')}, result {reply.get('result')} ",
-                    *self.secrets.pieces(json_text(reply.get("response")))]
+                    *self.secrets.pieces(json_text(reply.get("response")), by_name=self.is_read)]
         if kind in ("set", "delete"):
             path = of.get("path")
             self.secrets.learn_option(path, of.get("from"), of.get("value"))

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """The bubblewrap container around one router: own users, processes, network, IPC and host name."""
 import contextlib
-import ctypes
 import os
 import shutil
 import signal
@@ -16,8 +15,6 @@ from boxes.state import BOX_USER
 
 REBOOT_STATUS = 42  # of the box's init: firmware/sbin/init says the same
 PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
-LIBC = ctypes.CDLL(None)
-PR_SET_PDEATHSIG = 1
 STOP_SIGNALS = (signal.SIGTERM, signal.SIGINT)
 
 
@@ -57,9 +54,19 @@ def stop_signals_blocked():
         unblock()
 
 
-def die_with_parent(number=signal.SIGKILL):
-    """For a new child: has the kernel kill it when its parent ends, also before it can see to that itself."""
-    LIBC.prctl(PR_SET_PDEATHSIG, number)
+class Lifeline:
+    """A pipe that only this process can write to: whoever reads from it hears of its end, however that comes."""
+
+    def __init__(self):
+        self.read_end, self.write_end = os.pipe()
+        self.path = f"/proc/{os.getpid()}/fd/{self.read_end}"
+
+
+def guarded(command, lifeline):
+    """The command, with a guard beside it that kills its process group when this program is gone. bubblewrap sees to
+    that too, but not yet while it starts."""
+    script = '(read -r _ <"$0"; kill -9 0) 2>/dev/null & exec "$@"'
+    return ["sh", "-c", script, lifeline.path, *command]
 
 
 class Box:
@@ -68,6 +75,7 @@ class Box:
     def __init__(self, state, listener):
         self.state = state
         self.listener = listener
+        self.lifeline = Lifeline()
         self.process = None
         self.boots = 0
 
@@ -88,13 +96,10 @@ class Box:
                 command = with_folder_at(self.state.folder, root, as_box_user(command))
             # A stop must wait until the new process is known: it would go on without us otherwise.
             with stop_signals_blocked() as unblock:
-                def prepare():
-                    die_with_parent()
-                    unblock()
-
-                self.process = subprocess.Popen(command, stdin=self.listener, stdout=console, stderr=console,
+                self.process = subprocess.Popen(guarded(command, self.lifeline), stdin=self.listener,
+                                                stdout=console, stderr=console,
                                                 pass_fds=[arguments.fileno()], start_new_session=True,
-                                                preexec_fn=prepare)
+                                                preexec_fn=unblock)
 
     def end_of_boot(self, timeout):
         """How the router ended: "reboot" by its own wish, "killed", None while it runs on; else Failure."""
@@ -102,10 +107,10 @@ class Box:
             status = self.process.wait(timeout)
         except subprocess.TimeoutExpired:
             return None
+        self.power_off()
         if status == REBOOT_STATUS:
             return "reboot"
         if status < 0 or status > 128:
-            self.power_off()
             return "killed"
         raise Failure(f"the box ended with status {status}\n{self.console_text()}")
 
@@ -115,7 +120,7 @@ class Box:
     def power_off(self):
         if self.process is None:
             return
-        # bubblewrap alone, killed while it starts, would leave its children behind.
+        # bubblewrap alone, killed while it starts, would leave its children behind; and there is the guard.
         with contextlib.suppress(ProcessLookupError):
             os.killpg(self.process.pid, signal.SIGKILL)
         self.process.wait()
@@ -123,8 +128,7 @@ class Box:
 
 def as_box_user(command):
     """The command, run by the box's user; for root."""
-    return ["setpriv", f"--reuid={BOX_USER}", f"--regid={BOX_USER}", "--clear-groups", "--inh-caps=-all",
-            "--pdeathsig=KILL", *command]
+    return ["setpriv", f"--reuid={BOX_USER}", f"--regid={BOX_USER}", "--clear-groups", "--inh-caps=-all", *command]
 
 
 def with_folder_at(state_folder, mount_point, command):

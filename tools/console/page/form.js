@@ -123,9 +123,9 @@ function live_hint(row, value) {
   if (!row.check || value === "") return count;
   const passed = passes(row.check, value);
   if (passed === null) return count;
-  const limits = row.max_bytes ? `${row.min_bytes} to ${row.max_bytes} bytes, ` : "";
-  return h("span", {class: passed ? "good" : "bad"},
-    `${count}, ${passed ? "passes" : "fails"} the check (${limits}${row.check})`);
+  const limits = row.min_bytes > 0 && row.max_bytes ? ` (${row.min_bytes} to ${row.max_bytes} bytes)` : "";
+  return h("span", {class: passed ? "good" : "bad", title: row.check},
+    `${count}, ${passed ? "passes" : "fails"} the check${limits}`);
 }
 
 function setting(form, row) {
