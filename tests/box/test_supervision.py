@@ -194,7 +194,7 @@ class Supervisor(unittest.TestCase):
         self.assert_all_gone(processes)
 
     def test_takes_the_box_along_when_killed_at_its_start(self):
-        for delay in range(0, 20, 2):
+        for delay in range(0, 20, 5):
             router = Router("heron")
             time.sleep(delay / 1000)
             processes = descendants(router.process.pid)
