@@ -1,15 +1,19 @@
 """Asks the command `aerolink`: plans from one process that runs on, and the vocabulary of keys."""
 import asyncio
 import contextlib
+import ctypes
 import hashlib
 import json
 import os
+import signal
 from pathlib import Path
 
 ANSWER_SECONDS = 30
 CLOSE_SECONDS = 5
 KEYS_SECONDS = 180  # to find out what a model takes, on a busy machine
 LINE_LIMIT = 32 << 20
+PR_SET_PDEATHSIG = 1
+LIBC = ctypes.CDLL(None)
 
 
 class Unavailable(Exception):
@@ -41,7 +45,7 @@ class Planner:
         if self.process is None or self.process.returncode is not None:
             self.process = await asyncio.create_subprocess_exec(
                 self.program, "plan", "--stream", stdin=asyncio.subprocess.PIPE, stdout=asyncio.subprocess.PIPE,
-                limit=LINE_LIMIT)
+                limit=LINE_LIMIT, **OF_ITS_OWN)
         answers = []
         for snapshot in snapshots:
             self.process.stdin.write(json.dumps(snapshot).encode() + b"\n")
@@ -60,6 +64,9 @@ class Planner:
         return process
 
     async def close(self):
+        for task in self.asked.values():
+            task.cancel()
+        await asyncio.gather(*self.asked.values(), return_exceptions=True)
         process = self.stop()
         if process is not None:
             with contextlib.suppress(asyncio.TimeoutError):
@@ -102,16 +109,29 @@ class Planner:
         return hashlib.sha256(repr((facts, arguments)).encode()).hexdigest()[:32]
 
     async def find_out_keys(self, *arguments):
+        process = None
         try:
             process = await asyncio.create_subprocess_exec(
                 self.program, "keys", *arguments, "--json", stdin=asyncio.subprocess.DEVNULL,
-                stdout=asyncio.subprocess.PIPE, stderr=asyncio.subprocess.PIPE)
+                stdout=asyncio.subprocess.PIPE, stderr=asyncio.subprocess.PIPE, **OF_ITS_OWN)
             output, errors = await asyncio.wait_for(process.communicate(), KEYS_SECONDS)
         except (OSError, asyncio.TimeoutError) as error:
             raise Unavailable(f"{self.program} keys gave no answer: {error}") from error
+        finally:
+            if process is not None and process.returncode is None:
+                process.kill()
         if process.returncode != 0:
-            raise Unavailable(f"{self.program} keys: {errors.decode(errors='replace').strip()}")
+            reason = errors.decode(errors="replace").strip().splitlines()[-1:] or [process.returncode]
+            raise Unavailable(f"{self.program} keys: {reason[0]}")
         return json.loads(output)["keys"]
+
+
+def end_with_parent():
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
+# A process of the console's own: no Ctrl-C of the terminal reaches it, and it does not outlive the console.
+OF_ITS_OWN = {"start_new_session": True, "preexec_fn": end_with_parent}
 
 
 def cache_folder():
