@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Chromium for a test: headless, with a profile of its own, on loopback."""
 import tempfile
 

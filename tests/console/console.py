@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A router in a box with its console, and a browser for it."""
 import http.client
 import json

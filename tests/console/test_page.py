@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The console's page, as a user works with it, on the model of the environment."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the console reads and compares, without a router."""
 import asyncio
 import tempfile

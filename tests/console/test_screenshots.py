@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the pictures of the documents can be made, and show the console as it is."""
 import struct
 import subprocess

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The console's server: who may ask, what it answers, what it starts and ends with."""
 import http.client
 import json

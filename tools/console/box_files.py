@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The router's outside: its world, through the box's own files; and all that decides what a request does to it."""
 import asyncio
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Asks the command `aerolink`: plans from one process that runs on, and the vocabulary of keys."""
 import asyncio
 import contextlib

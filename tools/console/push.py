@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Sends a request to the router and sets what was planned beside what happened."""
 import asyncio
 import difflib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Tells what is secret in the texts that the timeline shows, so that a page can hide it.
 
 A text becomes a list of pieces: strings, and {"secret": STRING} for what only shows when asked for. Which keys and

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The console's server: one page, and what it asks. For loopback, and for whoever has the token, only."""
 import asyncio
 import contextlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What happened in a box, as one list in true order: requests, changes, commands, journal and log.
 
 The box's daemon, journal and log each keep a file, with times to the microsecond of one clock; all three outlive a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the page asks its server.
 
 async function answer_of(response) {

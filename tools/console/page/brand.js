@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The brand that the router has: its customer file and its logo, as they are stored.
 import {api} from "./api.js";
 import {h} from "./dom.js";

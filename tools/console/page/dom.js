@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Draws a tree of nodes into the document, changing only what differs. Text is set as text and nothing is ever parsed
 // as markup: a node is a string, a number, nothing (null, false), a list of nodes, or what h makes.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The settings of one route as a form: what is edited becomes a request.
 import {api} from "./api.js";
 import {h} from "./dom.js";

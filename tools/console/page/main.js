@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Draws the page and starts what keeps it up to date.
 import {api} from "./api.js";
 import {brand_view, load_customer} from "./brand.js";

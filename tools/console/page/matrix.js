@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The same request over all models: keys down, models across.
 import {h} from "./dom.js";
 import {store} from "./store.js";

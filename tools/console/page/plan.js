@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a request will do, and after a push what it did.
 import {api} from "./api.js";
 import {h} from "./dom.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All that the page shows is in this one object; whoever changes it calls changed.
 export const store = {
   view: "settings",

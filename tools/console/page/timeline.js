@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happened in the box, as one list in true order.
 import {h} from "./dom.js";
 import {changed, store} from "./store.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The router's world: what is outside of it, or befalls it.
 import {api} from "./api.js";
 import {h} from "./dom.js";
