@@ -9,9 +9,10 @@
 
 namespace {
 
-constexpr std::array<command, 4> commands{{
+constexpr std::array<command, 5> commands{{
     {"plan", "says what a request would do", run_plan},
     {"check", "says which keys of a request have no effect", run_check},
+    {"export", "prints the request that gives a device its settings back", run_export},
     {"describe", "prints routes, tables and the meanings of keys for programs", run_describe},
     {"snapshot", "prints a device as plan takes it", run_snapshot},
 }};

@@ -1,6 +1,7 @@
-// The commands `plan`, `check` and `snapshot`.
+// The commands `plan`, `check`, `export` and `snapshot`.
 #include "tools/plan/command.h"
 
+#include "tools/export/settings_export.h"
 #include "tools/front/commands.h"
 #include "tools/plan/factory.h"
 #include "tools/plan/options.h"
@@ -112,6 +113,23 @@ int run(int count, char **words) {
 int run_plan(int count, char **words) { return run(count, words); }
 
 int run_check(int count, char **words) { return run(count, words); }
+
+int run_export(int count, char **words) {
+    return guarded(words[0], [&] {
+        const plan_options chosen = parse_export_options(count, words);
+        if (chosen.help) {
+            print(export_usage);
+            return static_cast<int>(exit_fine);
+        }
+        rehearsal stage(chosen.plugin, chosen.companion);
+        const snapshot device = devices_of(chosen).front();
+        const settings_export made = export_settings(stage, device);
+        print(chosen.json ? to_json(made, device) : batch_as_text(made));
+        if (!chosen.json)
+            std::fputs(lost_as_text(made).c_str(), stderr);
+        return static_cast<int>(exit_fine);
+    });
+}
 
 int run_snapshot(int count, char **words) {
     return guarded(words[0], [&] {

@@ -262,13 +262,28 @@ uci::section *configuration::section_of(const known_path &wanted) {
     return current ? current->find(wanted.where.section) : nullptr;
 }
 
+// Null when there is none.
+const uci::option *configuration::option_at(const known_path &wanted) {
+    uci::section *section = wanted.valid ? section_of(wanted) : nullptr;
+    return section == nullptr ? nullptr : section->find(wanted.where.option);
+}
+
+std::optional<std::string> configuration::value(const std::string &path) {
+    const uci::option *option = option_at(know(path));
+    return option == nullptr ? std::nullopt : std::optional(joined(option->values));
+}
+
+bool configuration::is_list(const std::string &path) {
+    const uci::option *option = option_at(know(path));
+    return option != nullptr && option->is_list;
+}
+
 const char *configuration::get(const char *path) {
     const known_path &known = know(path);
     for (const batch_entry *row : known.rows)
         if (row->value != nullptr)
             rows_read_.push_back(row);
-    uci::section *section = known.valid ? section_of(known) : nullptr;
-    const uci::option *option = section == nullptr ? nullptr : section->find(known.where.option);
+    const uci::option *option = option_at(known);
     if (option == nullptr)
         return nullptr;
     if (!option->is_list)

@@ -79,6 +79,10 @@ public:
     // The option's own name, the same for every path that leads to it; "" for a path that leads nowhere.
     std::string resolve(const std::string &path);
 
+    // What the option holds now, recorded or committed; a list's values joined by a space.
+    std::optional<std::string> value(const std::string &path);
+    bool is_list(const std::string &path);
+
     // Paths that were read while the row with that path had a value: what decided about a key.
     const std::vector<const batch_entry *> &rows_read() const { return rows_read_; }
 
@@ -99,6 +103,7 @@ private:
     size_t slot_of(const std::string &package);
     uci::package *writable(size_t number);
     uci::section *section_of(const known_path &wanted);
+    const uci::option *option_at(const known_path &wanted);
     std::map<std::string, std::string> written_paths();
 
     const char *get(const char *path);

@@ -1,4 +1,4 @@
-// The command line of `plan`, `check` and `snapshot`.
+// The command line of `plan`, `check`, `export` and `snapshot`.
 #include "tools/plan/options.h"
 
 #include "tools/front/places.h"
@@ -151,6 +151,22 @@ const char *const check_usage =
     "\n"
     "Exit status: 0; 3 when there is something to say; 1 for wrong use, or input that cannot be read.\n";
 
+const char *const export_usage =
+    "usage: aerolink export (--device SNAPSHOT | --model MODEL) [--json]\n"
+    "\n"
+    "Prints the request to batch_set that gives the device back the settings that it has now, and on "
+    "standard "
+    "error what no\n"
+    "push can restore, with the reason. It may be sent to the device at any time: where nothing has changed, "
+    "it "
+    "changes nothing.\n"
+    "\n" DEVICE_OPTIONS
+    "  --json              one JSON object: the request as \"batch\", what is not restored as "
+    "\"lost\"\n"
+    "  --plugin FILE       the plug-in (aerolink.so of this installation when none is given)\n"
+    "\n"
+    "Exit status: 0; 1 for wrong use, or input that cannot be read.\n";
+
 const char *const snapshot_usage =
     "usage: aerolink snapshot [--model MODEL | --all-models | --device SNAPSHOT]\n"
     "\n"
@@ -178,6 +194,18 @@ plan_options parse_options(int count, char **words) {
     if (optind < count)
         throw input_error(std::string("one request only, not also ") + words[optind]);
     expect_agreement(result);
+    return result;
+}
+
+plan_options parse_export_options(int count, char **words) {
+    const option known[] = {
+        {"model", required_argument, nullptr, opt_model}, {"device", required_argument, nullptr, opt_device},
+        {"json", no_argument, nullptr, opt_json},         {"plugin", required_argument, nullptr, opt_plugin},
+        {"help", no_argument, nullptr, opt_help},         {nullptr, 0, nullptr, 0}};
+    plan_options result = parse(count, words, known);
+    expect(optind == count || result.help, "an export takes a device and no request");
+    expect(!result.model.empty() || !result.device.empty() || result.help,
+           "there is no device: --device or --model");
     return result;
 }
 

@@ -1,4 +1,4 @@
-// The command line of `plan`, `check` and `snapshot`.
+// The command line of `plan`, `check`, `export` and `snapshot`.
 #pragma once
 
 #include "tools/plan/json.h"
@@ -24,10 +24,12 @@ struct plan_options {
 
 extern const char *const plan_usage;
 extern const char *const check_usage;
+extern const char *const export_usage;
 extern const char *const snapshot_usage;
 
 // Throws input_error for what is no command line of theirs.
 plan_options parse_options(int count, char **words);
+plan_options parse_export_options(int count, char **words);
 plan_options parse_snapshot_options(int count, char **words);
 
 // The request: JSON text itself, the name of a file, or "-" for standard input. An object, or input_error is

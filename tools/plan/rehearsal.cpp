@@ -112,6 +112,11 @@ stage_result rehearsal::play(stage_handler *handler, json_object *request, const
     return stage_play(handler, request);
 }
 
+stage_result rehearsal::play_on(stage_handler *handler, json_object *request) {
+    asked_for_.clear();
+    return stage_play(handler, request);
+}
+
 std::span<const stage_effect> rehearsal::effects() const {
     size_t count = 0;
     const stage_effect *all = stage_effects(&count);

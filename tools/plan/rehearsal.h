@@ -40,6 +40,9 @@ public:
     // Plays the request from the device's own state. The result and the effects are good until the next play.
     stage_result play(stage_handler *handler, json_object *request, const variation &other = {});
 
+    // Plays one more request, on what the last play left behind.
+    stage_result play_on(stage_handler *handler, json_object *request);
+
     std::span<const stage_effect> effects() const;
 
     // A number that two plays with the same effects share. The log says what was sent, and does not count,
