@@ -13,11 +13,11 @@ bool is_alike(const key_outcome &one, const key_outcome &other) {
            (one.reason == reason::unset || one.message == other.message);
 }
 
-std::vector<std::string> commands(const request_plan &made) {
+std::vector<std::string> deeds(const request_plan &made) {
     std::vector<std::string> all;
     for (const effect &each : made.effects)
-        if (each.kind == stage_system || each.kind == stage_exec || each.kind == stage_fork)
-            all.push_back(each.subject);
+        if (std::string deed = deed_of(each); each.done && !deed.empty())
+            all.push_back(std::move(deed));
     return all;
 }
 
@@ -27,7 +27,7 @@ bool is_alike(const request_plan &one, const request_plan &other) {
            std::ranges::equal(
                one.keys, other.keys,
                [](const key_outcome &left, const key_outcome &right) { return is_alike(left, right); }) &&
-           commands(one) == commands(other);
+           deeds(one) == deeds(other);
 }
 
 // "package.section.option" in its parts; a selector has no dot in it.
@@ -58,6 +58,25 @@ void join(block_change &known, const block_change &next) {
 }
 
 } // namespace
+
+std::string deed_of(const effect &each) {
+    switch (each.kind) {
+    case stage_system:
+    case stage_exec:
+    case stage_fork:
+        return each.subject == "uci commit" ? "" : each.subject;
+    case stage_popen:
+        return each.subject;
+    case stage_dispatch:
+        return "(the companion's " + each.subject + ")";
+    case stage_iwpriv:
+        return "iwpriv " + each.subject + " set " + each.parameter + "=" + each.value;
+    case stage_write:
+        return "(writes " + each.subject + ")";
+    default:
+        return "";
+    }
+}
 
 std::vector<block> blocks_of(const std::vector<request_plan> &made) {
     std::vector<block> blocks;

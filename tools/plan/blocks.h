@@ -9,7 +9,11 @@
 
 namespace plan {
 
-// Plans that say the same of every key and end alike; only names of sections and old values may differ.
+// What the effect does to the router besides its configuration; "" for what need not be told.
+std::string deed_of(const effect &each);
+
+// Plans that say the same of every key, do the same besides and end alike; only names of sections and old
+// values may differ.
 struct block {
     std::vector<const request_plan *> plans; // never none
 

@@ -164,26 +164,6 @@ void add_changes(page &out, const block &shown_block) {
         out.line("33", "unsaved", sentence_of(each, shown_block));
 }
 
-// What the effect does to the router besides its configuration; "" for what need not be told.
-std::string deed_of(const effect &each) {
-    switch (each.kind) {
-    case stage_system:
-    case stage_exec:
-    case stage_fork:
-        return each.subject == "uci commit" ? "" : each.subject;
-    case stage_popen:
-        return each.subject;
-    case stage_dispatch:
-        return "(the companion's " + each.subject + ")";
-    case stage_iwpriv:
-        return "iwpriv " + each.subject + " set " + each.parameter + "=" + each.value;
-    case stage_write:
-        return "(writes " + each.subject + ")";
-    default:
-        return "";
-    }
-}
-
 void add_commands(page &out, const block &shown_block) {
     for (const effect &each : shown_block.first().effects)
         if (const std::string deed = deed_of(each); each.done && !deed.empty())
