@@ -29,7 +29,7 @@ def model_to_start(command):
 
 
 def talks_to_router(command):
-    return ADDRESS in command or "devkit/router" in command
+    return any(sign in command for sign in (ADDRESS, "devkit/router", "state/"))
 
 
 def sends_something(command):

@@ -67,21 +67,12 @@ heron, egret, crane, stork, falcon, finch
   then      the router reboots
   answer    0 {}
 
-plover, plover-v2, linnet, pipit, wren
+plover, plover-v2, linnet, pipit, wren, osprey, generic-dual, generic-single, lark, swift, robin,
+dove, teal, gull, kite, rook, ibis
   refused   lan_ip: a value like 192.168.70.1
   refused   password: at least 5 bytes
-  change    wireless.{mt7628,mt7615e2}.htmode: 'HT20' -> 'HT40'
-  change    wireless.mt7628.noscan: '0' -> '1'  (plover, plover-v2, linnet, pipit)
-  run       echo "1" >/tmp/reboot_flag
-  run       sleep 1; reboot
-  then      the router reboots
-  answer    0 {"lan_ip":"set false"}
-
-osprey, generic-dual, generic-single, lark, swift, robin, dove, teal, gull, kite, rook, ibis
-  refused   lan_ip: a value like 192.168.70.1
-  refused   password: at least 5 bytes
-  change    wireless.{radio1,radio0}.htmode: 'HT20' -> 'HT40'
-  change    wireless.{radio1,radio0}.noscan: '0' -> '1'
+  change    wireless.{mt7628,mt7615e2,radio1,radio0}.htmode: 'HT20' -> 'HT40'
+  change    wireless.{mt7628,radio1,radio0}.noscan: '0' -> '1'  (not wren)
   run       echo "1" >/tmp/reboot_flag
   run       sleep 1; reboot
   then      the router reboots

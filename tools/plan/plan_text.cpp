@@ -145,10 +145,21 @@ void add_findings(page &out, const block &shown_block) {
             out.line("33", "note", sentence_of(each));
 }
 
+// Of which models of the block a change is, in the fewer names; "" when it is of all.
+std::string models_of(const block_change &each, const block &shown_block) {
+    std::vector<const request_plan *> others;
+    for (const request_plan *made : shown_block.plans)
+        if (std::ranges::find(each.plans, made) == each.plans.end())
+            others.push_back(made);
+    if (others.empty())
+        return "";
+    return others.size() < each.plans.size() ? "  (not " + names_of(others, SIZE_MAX) + ")"
+                                             : "  (" + names_of(each.plans, SIZE_MAX) + ")";
+}
+
 std::string sentence_of(const block_change &each, const block &shown_block) {
-    const bool is_everywhere = each.plans.size() == shown_block.plans.size();
     return each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
-           quoted(each.to) + (is_everywhere ? "" : "  (" + names_of(each.plans, SIZE_MAX) + ")");
+           quoted(each.to) + models_of(each, shown_block);
 }
 
 void add_changes(page &out, const block &shown_block) {
