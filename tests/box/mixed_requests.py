@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Many requests of all kinds to one daemon, and what it holds in memory and in descriptors meanwhile."""
 import http.client
 import json

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Requests of all kinds leave neither memory nor descriptors behind in the daemon of a router."""
 import unittest
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Programs of npm packages: a folder of the tests with package.json and package-lock.json, installed in the build."""
 import fcntl
 import hashlib

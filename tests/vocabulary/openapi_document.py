@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The OpenAPI document of the tree, and JSON Schema against it."""
 from pathlib import Path
 

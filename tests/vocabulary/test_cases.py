@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Every request and response of the recorded cases against the OpenAPI document."""
 import unittest
 

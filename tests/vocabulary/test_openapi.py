@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Whether the OpenAPI document is one, and says what routes and daemon do."""
 import unittest
 

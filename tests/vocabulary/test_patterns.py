@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The translation of patterns against what the plug-in's own recorded checks say."""
 import json
 import re

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Validates OpenAPI documents. Usage: node validate.mjs DOCUMENT...
 import { Validator } from "@seriousme/openapi-schema-validator";
 

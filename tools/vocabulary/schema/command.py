@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the commands have in common."""
 import argparse
 import sys

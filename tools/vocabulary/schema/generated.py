@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The files that are made from the plug-in and kept in the tree."""
 import json
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """JSON Schemas (2020-12) of requests."""
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 BYTES_OF_A_CHARACTER = 4  # at most, in UTF-8

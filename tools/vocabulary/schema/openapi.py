@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The OpenAPI document of all routes: what a client may send, what it gets, and what the daemon answers for itself."""
 import re
 import tomllib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A page for each model: what a push may hold and what it does there."""
 import re
 import textwrap

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks of the batch tables, said as JSON Schema says patterns: in the regular expressions of ECMA-262.
 
 The tables' dialect is POSIX extended plus \\d \\D \\s \\S \\w \\W, matches bytes, and anchors at line feeds. The

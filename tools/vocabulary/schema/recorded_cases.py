@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The recorded cases: what routes were asked and what they answered, as tests/recorded pins it."""
 import json
 import re

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What each route looks at, must have and answers, found out by rehearsing."""
 from dataclasses import dataclass, field
 

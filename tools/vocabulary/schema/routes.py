@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The routes by what their requests carry."""
 PUSH, PROVISIONING = "/cloud/aerolink/batch_set", "/whiteboard/set_config"
 OF_A_MODEL = (PUSH, PROVISIONING)  # what they take depends on the model

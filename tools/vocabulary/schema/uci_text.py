@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Configurations as `uci export` writes them, changed option by option."""
 import re
 import shlex

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The settings that a model takes by a route, found out by rehearsing requests with the plug-in itself."""
 import re
 from dataclasses import dataclass, field
