@@ -194,7 +194,7 @@ const uci::option *configuration::option_at(const known_path &wanted) {
 
 std::optional<std::string> configuration::value(const std::string &path) {
     const uci::option *option = option_at(know(path));
-    return option == nullptr ? std::nullopt : std::optional(joined(option->values));
+    return option == nullptr ? std::nullopt : std::optional(joined_values(*option));
 }
 
 bool configuration::is_list(const std::string &path) {
