@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The kit's tools as a Debian package: cpack -G DEB in the build folder. The component "kit" alone goes in.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL kit)
