@@ -100,10 +100,24 @@ int refuse(const std::string &problem) {
     return exit_wrong;
 }
 
+int show_usage() {
+    std::puts(
+        "usage: aerolink describe [--plugin FILE]\n"
+        "\n"
+        "Prints one JSON object for programs: the plug-in's routes and batch tables, and what keys mean.\n"
+        "\n"
+        "  --plugin FILE   the plug-in (aerolink.so of this installation when none is given)\n"
+        "\n"
+        "Exit status: 0; 1 for wrong use, or a plug-in that cannot be used.");
+    return exit_fine;
+}
+
 } // namespace
 
 int run_describe(int count, char **words) {
     std::string plugin = installed_plugin();
+    if (count == 2 && std::strcmp(words[1], "--help") == 0)
+        return show_usage();
     if (count == 3 && std::strcmp(words[1], "--plugin") == 0)
         plugin = words[2];
     else if (count != 1)
