@@ -74,15 +74,17 @@ static char *show_fields(struct line line, const struct filter *filter, char *en
     }
     for (int number = 1; number <= filter->last; number++) {
         struct line field = cut_before(line, filter->separator);
-        if (number > filter->first) {
-            *end++ = filter->separator;
-        }
         if (number >= filter->first) {
             end = append(end, field);
         }
-        size_t taken = field.length + (field.length < line.length);
-        line.text += taken;
-        line.length -= taken;
+        if (field.length == line.length) {
+            return end;
+        }
+        line.text += field.length + 1;
+        line.length -= field.length + 1;
+        if (number >= filter->first && number < filter->last) {
+            *end++ = filter->separator;
+        }
     }
     return end;
 }
@@ -138,8 +140,7 @@ const char *filter_lines(const char *text, const struct filter *filter, size_t *
     if (filter->kind == filter_expression && !strpbrk(filter->pattern, "\\.[*^$")) {
         simplest.kind = filter_text;
     }
-    // A separator more for each missing field of each line.
-    char *out = record_memory((strlen(text) + 2) * (size_t)(filter->last - filter->first + 1));
+    char *out = record_memory(strlen(text) + 2);
     *length = simplest.kind == filter_expression ? show_matching_lines(text, filter, out)
                                                  : show_lines(text, &simplest, NULL, out);
     return *length > 0 ? out : NULL;

@@ -15,7 +15,7 @@ struct filter {
     enum filter_kind kind;
     const char *pattern;
     char separator;
-    int first, last; // fields, from 1; a missing one is empty
+    int first, last; // fields, from 1; a missing one is left out
     bool whole_line_without_separator;
 };
 

@@ -2,6 +2,8 @@
 // that holds a text from outside.
 #include "tests/rehearsal/play.h"
 
+#include <json-c/json.h>
+
 namespace {
 
 class commands_test : public stage_test {
@@ -21,53 +23,22 @@ protected:
     }
 };
 
-struct text_case {
-    const char *value, *written;
-};
-// What the router's shell makes of a value between double quotes.
-const text_case echoed[] = {
-    {"1", "1\n"},
-    {"", "\n"},
-    {"two words", "two words\n"},
-    {"it's", "it's\n"},
-    {"a\\b", "a\\b\n"},
-    {"a\\\\b", "a\\b\n"},
-    {"a\\$b", "a$b\n"},
-    {"a\\\"b", "a\"b\n"},
-    {"a\\`b", "a`b\n"},
-    {"line\\\nline", "lineline\n"},
-    {"line\nline", "line\nline\n"},
-    {"5$", "5$\n"},
-    {"5$ x", "5$ x\n"},
-    {"$.", "$.\n"},
-    {"*?[a]~;&|<>(){}#!", "*?[a]~;&|<>(){}#!\n"},
-    {"-n", ""},
-    {"-e", "\n"},
-    {"-nE", ""},
-    {"-nx", "-nx\n"},
-    {"-", "-\n"},
-    {"-n x", "-n x\n"},
-    {"\" >/tmp/other", nullptr},
-    {"a\"b", nullptr},
-    {"$a", nullptr},
-    {"$(reboot)", nullptr},
-    {"${a}", nullptr},
-    {"$1", nullptr},
-    {"$$", nullptr},
-    {"$?", nullptr},
-    {"`reboot`", nullptr},
-    {"a\\", nullptr},
-    {"a\\\\\\", nullptr},
-};
-
+// "echoed.json" has what the router's shell makes of a value between double quotes, null for what only a
+// shell can tell. tests/plan sends the same values to a router in a box.
 TEST_F(commands_test, the_reboot_flag_is_written_as_the_shell_writes_it) {
-    for (const text_case &one : echoed) {
-        SCOPED_TRACE(one.value);
+    json_object *cases = json_object_from_file(ECHOED);
+    ASSERT_GT(json_object_array_length(cases), 0U);
+    for (size_t i = 0; i < json_object_array_length(cases); ++i) {
+        json_object *one = json_object_array_get_idx(cases, i);
+        const char *value = json_object_get_string(json_object_array_get_idx(one, 0));
+        const char *written = json_object_get_string(json_object_array_get_idx(one, 1));
+        SCOPED_TRACE(value);
         put_file("/tmp/reboot_flag", "before\n");
-        const played play = stage_test::play(cloud_set, request{{"reboot_flag", one.value}});
-        EXPECT_EQ(file("/tmp/reboot_flag"), one.written != nullptr ? one.written : "before\n");
-        EXPECT_EQ(unforeseen(play).size(), one.written != nullptr ? 0U : 1U) << play;
+        const played play = stage_test::play(cloud_set, request{{"reboot_flag", value}});
+        EXPECT_EQ(file("/tmp/reboot_flag"), written != nullptr ? written : "before\n");
+        EXPECT_EQ(unforeseen(play).size(), written != nullptr ? 0U : 1U) << play;
     }
+    json_object_put(cases);
 }
 
 TEST_F(commands_test, a_read_answers_with_the_reboot_flag_inverted) {
@@ -181,17 +152,18 @@ TEST_F(commands_test, pings_of_several_links_take_their_addresses_from_the_confi
 }
 
 TEST_F(commands_test, the_log_is_what_the_cloud_client_wrote) {
-    const stage_device device = {.model = "heron",
-                                 .service_code = "",
-                                 .ddns_name = nullptr,
-                                 .internet = true,
-                                 .log = "Nov 21 04:31:22 router daemon.info apid[40]: other\n"
-                                        "Nov 21 04:31:23 router daemon.info zu_mqtt_service[7]: up: "
-                                        "a:b:c:d:e\n1:2:zu_mqtt_service:up\nzu_mqtt_service without\n",
-                                 .sha256 = nullptr};
+    const stage_device device = {
+        .model = "heron",
+        .service_code = "",
+        .ddns_name = nullptr,
+        .internet = true,
+        .log = "Nov 21 04:31:22 router daemon.info apid[40]: other\n"
+               "Nov 21 04:31:23 router daemon.info zu_mqtt_service[7]: up: "
+               "a:b:c:d:e\n1:2:zu_mqtt_service:up\nzu_mqtt_service:1\nzu_mqtt_service without\n",
+        .sha256 = nullptr};
     stage_set_device(&device);
     const played play = stage_test::play("/cloud/aerolink/log", "{}");
-    EXPECT_NE(play.response.find("\"log\":[\" up: a:b:c\",\"up:::\",\"zu_mqtt_service without\"]"),
+    EXPECT_NE(play.response.find("\"log\":[\" up: a:b:c\",\"up\",\"zu_mqtt_service without\"]"),
               std::string::npos)
         << play;
 }

@@ -26,7 +26,7 @@ effect kept(const stage_effect &each) {
             text_or_nothing(each.parameter),
             each.kind == stage_write ? std::string(each.value, each.length) : text_or_nothing(each.value),
             text_or_nothing(each.key),
-            each.number,
+            each.kind == stage_sleep ? each.seconds : each.number,
             each.unforeseen};
 }
 
