@@ -1,0 +1,116 @@
+"""A plan is what happens: random requests are planned from a router's own state and then sent to it.
+
+What cannot be compared here: the plug-in's log (test_log has it), as syslog cuts and escapes lines; calls that only ask
+(reading an option, looking for a file); and what the firmware's own programs do later, so forked commands are compared
+as they are started. A reboot is kept from happening, but for the one of test_reboot.
+"""
+import json
+import os
+import unittest
+from pathlib import Path
+
+from hypothesis import HealthCheck, Verbosity, given, note, settings
+
+import strategies
+from strategies import BATCH_SET, Request, State
+from tested_router import TestedRouter, resolve, wait_for
+
+MODEL = os.environ.get("ROUTER_MODEL", "heron")
+EXAMPLES = int(os.environ.get("PLAN_EXAMPLES", "5"))
+IS_NIGHTLY = "PLAN_EXAMPLES" in os.environ
+ECHOED = Path(__file__).resolve().parents[1] / "rehearsal/echoed.json"
+
+# What the daemon's record has of a call; a planned effect has the same under the same names.
+MEMBERS = {"set": ("path", "value"), "delete": ("path",), "commit": ("package",), "iwpriv": ("interface", "parameter", "value"),
+           "sleep": ("seconds",), "sync": ()}
+UNRECORDED = ("log", "write", "open", "dispatch")
+OF_THE_FIRMWARE = {"xwf.general.enable"}  # what its own programs write: they set up the companion
+
+
+def planned_calls(plan):
+    return [(effect["kind"],) + tuple(str(effect[name]) for name in MEMBERS.get(effect["kind"], ("command",)))
+            for effect in plan["effects"] if effect["kind"] not in UNRECORDED]
+
+
+def recorded_calls(calls):
+    names = {"package": "path", "interface": "path"}
+    return [(kind,) + tuple(of[names.get(name, name)] for name in MEMBERS.get(kind, ("command",))) for kind, of in calls]
+
+
+def differences(before, after):
+    return {path: (before.get(path), after.get(path)) for path in (before.keys() | after.keys()) - OF_THE_FIRMWARE
+            if before.get(path) != after.get(path)}
+
+
+def planned_differences(changes, before, after):
+    result = {}
+    for change in changes:
+        path = resolve(change["path"], before)
+        result[resolve(path, after)] = (change["from"], change["to"])
+    return result
+
+
+def last_write(plan, path):
+    """The content that the file has last by a plan, None when it is not written."""
+    return next((effect["content"] for effect in reversed(plan["effects"])
+                 if effect["kind"] == "write" and effect["path"] == path), None)
+
+
+class Happens(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.tested = TestedRouter(MODEL)
+        cls.addClassCleanup(cls.tested.stop)
+
+    def check(self, request, before):
+        """Plans the request and sends it; what is planned must be what happens. What was observed then."""
+        tested = self.tested
+        plan = tested.plan(request)
+        self.assertNotIn("error", plan)
+        reply, calls = tested.send(request.route, request.members)
+        sleeps = sum(kind == "sleep" for kind, _ in calls)
+        if tested.snapshot["companion"] == "starting" and sleeps:
+            plan = tested.plan_again(request, sleeps)  # the router alone decides how long its companion takes
+        after = tested.observe()
+        note(f"{request}\nsnapshot {tested.snapshot}\nplan {json.dumps(plan, indent=1)}\ncalls {calls}\nreply {reply}")
+        self.assertEqual(plan["result"], reply.result)
+        self.assertEqual(plan["response"], reply.response)
+        self.assertEqual(list(plan["response"]), list(reply.response), "the order of the response's members")
+        self.assertEqual(planned_calls(plan), recorded_calls(calls))
+        self.assertEqual(planned_differences(plan["changes"], before.committed, after.committed),
+                         differences(before.committed, after.committed))
+        self.assertEqual(planned_differences(plan.get("uncommitted", ()), after.committed, after.recorded),
+                         differences(after.committed, after.recorded))
+        self.check_files(plan, after)
+        self.check_end(plan, calls)
+        self.assertEqual([entry["key"] for entry in plan["keys"]], list(request.members))
+        return after
+
+    def check_files(self, plan, after):
+        customer = last_write(plan, "/etc/wbf/customer")
+        if customer is not None:
+            self.assertEqual(after.files.get("/etc/wbf/customer"), customer)
+
+    def check_end(self, plan, calls):
+        forked = [of["command"] for kind, of in calls if kind == "fork"]
+        ends = {"reboot": "sleep 1; reboot", "notify": "ubus call mqtt notify"}
+        for end, command in ends.items():
+            self.assertEqual(plan["then"] == end, command in forked, plan["then"])
+        if plan["then"] == "restart":
+            self.assertTrue(any("/etc/init.d/network restart" in command for command in forked), forked)
+
+    @settings(max_examples=EXAMPLES, deadline=None, database=None, derandomize=not IS_NIGHTLY, print_blob=IS_NIGHTLY,
+              verbosity=Verbosity.normal, suppress_health_check=list(HealthCheck))
+    @given(example=strategies.examples(MODEL, strategies.known_keys(MODEL)))
+    def test_a_plan_is_what_happens(self, example):
+        state, requests = example
+        self.tested.set_state(state)
+        seen = self.tested.observe()
+        for request in requests:
+            seen = self.check(request, seen)
+
+
+if __name__ == "__main__":
+    unittest.main()
