@@ -5,6 +5,7 @@ import os
 import re
 import shlex
 import subprocess
+from datetime import datetime
 from typing import NamedTuple
 
 from boxes import control
@@ -72,6 +73,7 @@ class TestedRouter:
         self.record = Record(self.router.state / "var/log/trace")
         self.reboot_pending = False
         self.full_read_done = False
+        self.seconds = 0.0  # that the handler took last
         self.shell(f"mkdir -p {NO_DELTA} && cp -a /etc/config {PRISTINE}")
         self.planner = subprocess.Popen([AEROLINK, "plan", "--stream"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         text=True, encoding="utf-8")
@@ -165,7 +167,10 @@ class TestedRouter:
             reply = self.router.get(route, members.get("name", ()))
         else:
             reply = self.router.post(route, members)
-        calls = [(line["kind"], line["of"]) for line in self.record.read()]
+        lines = self.record.read()
+        first, last = (datetime.fromisoformat(lines[end]["time"]) for end in (0, -1))
+        self.seconds = (last - first).total_seconds()
+        calls = [(line["kind"], line["of"]) for line in lines]
         calls = [call for call in calls if call[0] not in ("request", "reply")]
         if ("fork", {"command": "sleep 1; reboot"}) in calls:
             self._keep_from_rebooting()
