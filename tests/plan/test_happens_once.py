@@ -60,15 +60,18 @@ class Once(unittest.TestCase):
         wait_for("the notification", lambda: journaled(notified) == before[0] + 1)
         wait_for("the restart", lambda: journaled(restarted) == before[1] + 1)
 
-    def test_z_a_planned_reboot_happens(self):
+
+class Reboot(unittest.TestCase):
+    def test_a_planned_reboot_happens(self):
+        tested = TestedRouter("linnet", reboots=True)
+        self.addCleanup(tested.stop)
         request = Request(BATCH_SET, {"reboot_flag": "1", "2g_ssid": "kept"})
-        plan = self.tested.plan(request)
-        self.assertEqual(plan["then"], "reboot")
-        boots = self.tested.router.boots()
-        self.tested.router.post(request.route, request.members)
-        wait_for("the reboot", lambda: self.tested.router.boots() == boots + 1)
-        self.tested.router.wait_until_booted()
-        self.assertIn("kept", self.tested.observe().committed.values())
+        self.assertEqual(tested.plan(request)["then"], "reboot")
+        boots = tested.router.boots()
+        tested.send(request.route, request.members)
+        wait_for("the reboot", lambda: tested.router.boots() == boots + 1)
+        tested.router.wait_until_booted()
+        self.assertIn("kept", tested.observe().committed.values())
 
 
 if __name__ == "__main__":
