@@ -12,8 +12,6 @@ namespace plan {
 
 namespace {
 
-constexpr std::string_view replacement_character = "\xef\xbf\xbd";
-
 struct tokener_release {
     void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
 };
@@ -120,16 +118,6 @@ std::string answer_of(json_object *response) {
         result.append(length != 0 ? text.substr(at, length) : replacement);
     }
     return result;
-}
-
-std::string valid_utf8(std::string_view text) {
-    std::string out;
-    while (!text.empty()) {
-        const size_t length = utf8_length(text);
-        out += length > 0 ? text.substr(0, length) : replacement_character;
-        text.remove_prefix(std::max<size_t>(length, 1));
-    }
-    return out;
 }
 
 void append_json(std::string &out, std::string_view text) {

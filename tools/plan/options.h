@@ -13,6 +13,7 @@ struct plan_options {
     bool help = false;
     bool json = false;
     bool stream = false;
+    bool without_keys = false; // the effects are enough: no outcomes of keys, which take most of the time
     bool all_models = false;
     std::string model;
     std::string device;

@@ -87,7 +87,8 @@ route find_route(const std::string &name) {
     throw input_error("there is no route " + name + "; there are" + known);
 }
 
-request_plan make_plan(rehearsal &stage, const snapshot &device, const route &asked, json_object *request) {
+request_plan make_plan(rehearsal &stage, const snapshot &device, const route &asked, json_object *request,
+                       bool explained) {
     request_plan made;
     made.id = device.id;
     made.model = device.model;
@@ -104,7 +105,8 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
     made.radios_on = radios_on(stage.options().committed("wireless"));
     made.then = end_of(made.effects);
     made.notes = notes_of(made, device);
-    made.keys = outcomes_of(stage, device, asked, request, made);
+    if (explained)
+        made.keys = outcomes_of(stage, device, asked, request, made);
     return made;
 }
 

@@ -80,7 +80,9 @@ struct request_plan {
     std::vector<std::string> notes; // what cannot be foreseen, in sentences without a full stop
 };
 
-request_plan make_plan(rehearsal &stage, const snapshot &device, const route &asked, json_object *request);
+// explained: with the outcomes of the keys, which take further plays.
+request_plan make_plan(rehearsal &stage, const snapshot &device, const route &asked, json_object *request,
+                       bool explained = true);
 
 // As the documents show it, without a line end.
 std::string to_json(const request_plan &made);

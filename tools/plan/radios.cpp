@@ -1,4 +1,3 @@
-// SPDX-License-Identifier: Apache-2.0
 // Radios of a configuration.
 #include "tools/plan/radios.h"
 

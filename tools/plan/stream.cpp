@@ -77,7 +77,7 @@ private:
             id = id_of(object.get());
             const snapshot device = from_json(object.get());
             const route &asked = route_of(route_name(object.get()));
-            tell(make_plan(stage_, device, asked, request_of(object.get())));
+            tell(make_plan(stage_, device, asked, request_of(object.get()), !chosen_.without_keys));
             ++sum_.lines;
         } catch (const input_error &problem) {
             refuse(number, id, problem.what());
