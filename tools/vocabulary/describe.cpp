@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the plug-in says of itself, and what keys mean, for programs.
 #include "tools/vocabulary/describe.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The meanings of keys: one row a key.
 #include "tools/vocabulary/keys.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the keys of requests mean: all that nobody can find out by rehearsing a request.
 #pragma once
 

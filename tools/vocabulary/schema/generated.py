@@ -32,7 +32,8 @@ def openapi_document(plugin, cases):
 
 
 def openapi_text(plugin, cases):
-    return ("# Made by `aerolink generate` from the plug-in itself; do not edit.\n"
+    return ("# SPDX-License-Identifier: Apache-2.0\n"
+            "# Made by `aerolink generate` from the plug-in itself; do not edit.\n"
             + openapi.to_yaml(openapi_document(plugin, cases)))
 
 

@@ -1,5 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """JSON Schemas (2020-12) of requests."""
+from patterns import char_class
+
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 BYTES_OF_A_CHARACTER = 4  # at most, in UTF-8
 BEYOND_ASCII = "[^\\x00-\\x7f]"
@@ -25,6 +27,8 @@ def setting_schema(meaning, setting):
         schema |= limits(setting.min_bytes, setting.max_bytes)
         if setting.pattern:
             schema["pattern"] = setting.pattern
+    if setting.forbidden:
+        schema["not"] = {"pattern": char_class(setting.forbidden)}
     schema["examples"] = examples(meaning)
     if meaning.unit:
         schema["x-unit"] = meaning.unit

@@ -5,7 +5,8 @@ import textwrap
 
 from routes import PUSH, schema_name
 
-HEAD = "<!-- Made by `aerolink generate` from the plug-in itself; do not edit. -->\n"
+HEAD = ("<!-- SPDX-License-Identifier: Apache-2.0 -->\n"
+        "<!-- Made by `aerolink generate` from the plug-in itself; do not edit. -->\n")
 USUAL_LIMIT = 511  # bytes; not worth a word
 LENGTH = re.compile(r"^\^\.\{\d+,\d+\}\$$")  # a check of nothing but the length
 FIRST_TIME = {"no": "left alone", "yes": "written", "unchecked": "written unchecked"}
@@ -35,7 +36,8 @@ def _table(meanings, settings, checks):
         if meaning.group != group:
             group = meaning.group
             lines.append(f"| **{group}** | | | |")
-        lines.append(f"| `{setting.key}` | {_code(setting.uci)} | {takes(setting, meaning, checks).replace('|', 'or')} | {_while_unset(setting)} |")
+        taken = takes(setting, meaning, checks).replace("|", "or")
+        lines.append(f"| `{setting.key}` | {_code(setting.uci)} | {taken} | {_while_unset(setting)} |")
     return "\n".join(lines) + "\n"
 
 

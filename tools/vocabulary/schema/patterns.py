@@ -132,6 +132,11 @@ def _range(first, last):
     return {chr(code) for code in range(ord(first), ord(last) + 1)}
 
 
+def char_class(characters):
+    """What matches one of these characters of ASCII."""
+    return _class(frozenset(characters), False)
+
+
 def _class(listed, beyond):
     """A bracket expression of ECMA-262."""
     if beyond:

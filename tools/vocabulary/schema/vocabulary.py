@@ -14,6 +14,7 @@ FILLERS = ("x", '"', "'", " ")  # a shell treats some characters specially, and 
 SERVICE_CODE = "ABCD12345678"
 USUAL_LIMIT = 511  # bytes, tried first
 LONGEST = 4096  # bytes tried
+CONTROLS = [chr(code) for code in (*range(1, 32), 127)]
 SHORTEST = 12   # bytes up to which a least length is looked for
 
 
@@ -31,6 +32,7 @@ class Setting:
     words: tuple = ()         # all that are taken; empty: any text
     max_bytes: int | None = None  # null: longer than was tried
     min_bytes: int = 0
+    forbidden: str = ""       # characters that no value may have
     first_time: str = "no"    # whether it is written while its option is unset: no, yes, unchecked
     written_anyway: bool = False  # whether a value that is answered as refused is written all the same
     after_full_read: list | None = None  # options once a full read has swapped the keys; null: no difference
@@ -61,6 +63,7 @@ class _Study:
         self.empty = {**plugin.empty(model), "service_code": SERVICE_CODE}
         self.repeater = {**self.filled, "repeater": True}
         self.swapped = {**self.filled, "full_read_done": True}
+        self.begin_with = {}  # what a value of any length begins with, so that its check passes
 
     def fingerprint(self):
         examples = {key: row.example for key, row in self.texts.items()}
@@ -77,6 +80,7 @@ class _Study:
         self._find_words(effective)
         self._find_checks({key: setting for key, setting in effective.items() if not setting.words})
         self._find_lengths({key: setting for key, setting in effective.items() if not setting.words})
+        self._find_forbidden({key: setting for key, setting in effective.items() if not setting.words})
         self._find_conditions(effective)
         return list(found.values())
 
@@ -133,11 +137,13 @@ class _Study:
 
     def _find_lengths(self, found):
         limits = {}
+        self.begin_with = {key: self.texts[key].example if setting.check else "" for key, setting in found.items()}
         for filler in FILLERS:
             # Nearly all are limited alike, and the other fillers rarely change a limit.
             tried = {key: limits.get(key, USUAL_LIMIT) for key in found}
             fits, = self._accepted([self._padded(tried, filler)])
-            limits |= self._longest({key: len(self.texts[key].example) for key in tried if key not in fits}, tried, filler)
+            least = {key: len(self.texts[key].example) for key in tried if key not in fits}
+            limits |= self._longest(least, tried, filler)
             if not limits.keys() >= found.keys():
                 limits |= self._beyond_usual([key for key in tried if key in fits], filler)
         accepted = self._accepted([dict.fromkeys(found, "x" * length) for length in range(SHORTEST)])
@@ -160,7 +166,17 @@ class _Study:
         return low
 
     def _padded(self, lengths, filler):
-        return {key: self.texts[key].example.ljust(length, filler) for key, length in lengths.items()}
+        return {key: self.begin_with[key].ljust(length, filler) for key, length in lengths.items()}
+
+    def _find_forbidden(self, found):
+        """Which control characters a configuration cannot hold is the same for all keys whose value only goes there."""
+        first = next(iter(found))
+        accepted = self._accepted([{first: self.texts[first].example + c} for c in CONTROLS])
+        forbidden = "".join(c for c, keys in zip(CONTROLS, accepted) if not keys)
+        if forbidden:
+            fits, = self._accepted([{key: self.texts[key].example + forbidden[0] for key in found}])
+            for key in found.keys() - fits:
+                found[key].forbidden = forbidden
 
     # --- Conditions
 
