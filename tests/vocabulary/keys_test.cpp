@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of meanings against the tables of the plug-in.
 #include "tools/vocabulary/keys.h"
 
