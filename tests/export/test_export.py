@@ -1,4 +1,3 @@
-# SPDX-License-Identifier: Apache-2.0
 """`aerolink export`: what is in the batch, what is listed with which reason, and the command line."""
 import json
 import subprocess
