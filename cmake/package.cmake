@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The kit's tools as a Debian package: cpack -G DEB in the build folder. The component "kit" alone goes in.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL kit)
@@ -18,5 +19,6 @@ set(CPACK_COMPONENT_KIT_DESCRIPTION "Says what a push of settings to aerolink ro
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/devkit/rehearsal/placeholder)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= 3.11)")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "man-db, bash-completion")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "man-db, bash-completion, zstd")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS python3-distributed)
 include(CPack)

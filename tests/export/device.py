@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A device on the desk: its configuration as files that the kit's `uci` keeps, and pushes as `aerolink plan` says."""
 import json
 import os

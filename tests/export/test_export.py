@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """`aerolink export`: what is in the batch, what is listed with which reason, and the command line."""
 import json
 import subprocess

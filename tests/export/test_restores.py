@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The law of an export: pushed to where it came from it changes nothing; pushed after other pushes it restores all that it
 did not list.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """The Debian package of the kit's tools: what is in it, what it depends on, and that it works from where it is unpacked."""
 import json
 import os

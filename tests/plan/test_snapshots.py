@@ -69,6 +69,14 @@ class Folder(Sources):
         self.assertIn({"path": "network.lan.proto", "from": "static", "to": "dhcp"}, made["changes"])
         self.refused("this is a finch, not a heron", "--device", device, "--model", "heron", "{}")
 
+    def test_bytes_that_are_no_text(self):
+        device = self.device()
+        (device / "etc/config/zuconfig").write_bytes(b"config service 'cloud'\n\toption serverzone 'caf\xe9'\n")
+        for route in ("get", "get_config", "set_config", "batch_set"):
+            self.assertEqual(planned("--device", device, "--model", "finch", "--route", route, REQUEST)["result"], 0)
+        self.assertEqual(planned("--device", device, "--model", "finch", "--route", "/cloud/aerolink/get", "{}")
+                         ["response"]["serverzone"], "caf\ufffd")
+
     def test_links_lead_nowhere_else(self):
         device = self.device()
         (self.folder / "secret").write_text(NETWORK, encoding="utf-8")

@@ -3,6 +3,7 @@
 
 #include "devkit/uci/error.h"
 #include "plugin/aerolink.h"
+#include "tools/plan/comparison.h"
 
 #include <algorithm>
 
@@ -11,83 +12,6 @@ namespace plan {
 namespace {
 
 constexpr size_t slots_limit = 256;
-
-std::string joined(const std::vector<std::string> &values) {
-    std::string text;
-    for (const std::string &each : values)
-        text += (&each == values.data() ? "" : " ") + each;
-    return text;
-}
-
-// "name", or "@type[n]" for a section that has none of its own.
-std::string shown_name(const uci::package &content, const uci::section &shown) {
-    if (!shown.anonymous)
-        return shown.name;
-    size_t place = 0;
-    for (const uci::section &each : content.sections) {
-        if (&each == &shown)
-            break;
-        place += each.type == shown.type ? 1 : 0;
-    }
-    return "@" + shown.type + "[" + std::to_string(place) + "]";
-}
-
-std::optional<std::string> value_of(const uci::section *section, const std::string &option) {
-    const auto *found = section == nullptr ? nullptr : const_cast<uci::section *>(section)->find(option);
-    return found == nullptr ? std::nullopt : std::optional(joined(found->values));
-}
-
-const uci::section *named(const uci::package *content, const std::string &name) {
-    return content == nullptr ? nullptr : const_cast<uci::package *>(content)->find(name);
-}
-
-// Collects what differs between two states of a package.
-class comparison {
-public:
-    comparison(const uci::package *before, const uci::package *after,
-               const std::map<std::string, std::string> &written, std::vector<option_change> &out)
-        : before_(before), after_(after), written_(written), out_(out) {}
-
-    void run() {
-        if (before_ != nullptr)
-            for (const uci::section &each : before_->sections)
-                compare(*before_, &each, named(after_, each.name));
-        if (after_ != nullptr)
-            for (const uci::section &each : after_->sections)
-                if (named(before_, each.name) == nullptr)
-                    compare(*after_, nullptr, &each);
-    }
-
-private:
-    void add(std::string path, const std::string &shown, std::optional<std::string> from,
-             std::optional<std::string> to) {
-        if (from == to)
-            return;
-        const auto known = written_.find(path);
-        out_.push_back({known != written_.end() ? known->second : shown, std::move(from), std::move(to)});
-    }
-
-    void compare(const uci::package &owner, const uci::section *from, const uci::section *to) {
-        const uci::section &any = from != nullptr ? *from : *to;
-        const std::string own = owner.name + "." + any.name;
-        const std::string shown = owner.name + "." + shown_name(owner, any);
-        add(own, shown, from == nullptr ? std::nullopt : std::optional(from->type),
-            to == nullptr ? std::nullopt : std::optional(to->type));
-        if (from != nullptr)
-            for (const uci::option &each : from->options)
-                add(own + "." + each.name, shown + "." + each.name, joined(each.values),
-                    value_of(to, each.name));
-        if (to != nullptr)
-            for (const uci::option &each : to->options)
-                if (!value_of(from, each.name))
-                    add(own + "." + each.name, shown + "." + each.name, std::nullopt, joined(each.values));
-    }
-
-    const uci::package *before_;
-    const uci::package *after_;
-    const std::map<std::string, std::string> &written_;
-    std::vector<option_change> &out_;
-};
 
 configuration &self(void *context) { return *static_cast<configuration *>(context); }
 
@@ -200,7 +124,7 @@ std::vector<option_change> configuration::committed_changes() {
     std::vector<option_change> result;
     for (const slot &each : slots_)
         if (each.marked.committed != each.now.committed)
-            comparison(each.marked.committed.get(), each.now.committed.get(), written, result).run();
+            compare(each.marked.committed.get(), each.now.committed.get(), written, result);
     return result;
 }
 
@@ -214,7 +138,7 @@ std::vector<option_change> configuration::recorded_changes() {
     std::vector<option_change> result;
     for (const slot &each : slots_)
         if (each.now.committed != each.now.current)
-            comparison(each.now.committed.get(), each.now.current.get(), written, result).run();
+            compare(each.now.committed.get(), each.now.current.get(), written, result);
     return result;
 }
 
@@ -270,7 +194,7 @@ const uci::option *configuration::option_at(const known_path &wanted) {
 
 std::optional<std::string> configuration::value(const std::string &path) {
     const uci::option *option = option_at(know(path));
-    return option == nullptr ? std::nullopt : std::optional(joined(option->values));
+    return option == nullptr ? std::nullopt : std::optional(joined_values(*option));
 }
 
 bool configuration::is_list(const std::string &path) {
@@ -288,7 +212,7 @@ const char *configuration::get(const char *path) {
         return nullptr;
     if (!option->is_list)
         return option->values.front().c_str();
-    joined_ = joined(option->values);
+    joined_ = joined_values(*option);
     return joined_.c_str();
 }
 

@@ -4,6 +4,7 @@
 
 #include "devkit/rehearsal/world.h"
 #include "devkit/uci/path.h"
+#include "tools/plan/comparison.h"
 #include "tools/plan/snapshot.h"
 
 #include <map>
@@ -25,14 +26,6 @@ struct text_hash {
 };
 template <typename Value>
 using text_table = std::unordered_map<std::string, Value, text_hash, std::equal_to<>>;
-
-// One difference between two states; nothing stands for an option or section that is not there. A section's
-// value is its type, a list's are its values joined by a space.
-struct option_change {
-    std::string path;
-    std::optional<std::string> from;
-    std::optional<std::string> to;
-};
 
 // A path in the words of whoever asked, parsed once.
 struct known_path {

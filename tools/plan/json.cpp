@@ -12,6 +12,8 @@ namespace plan {
 
 namespace {
 
+constexpr std::string_view replacement_character = "\xef\xbf\xbd";
+
 struct tokener_release {
     void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
 };
@@ -118,6 +120,16 @@ std::string answer_of(json_object *response) {
         result.append(length != 0 ? text.substr(at, length) : replacement);
     }
     return result;
+}
+
+std::string valid_utf8(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const size_t length = utf8_length(text);
+        out += length > 0 ? text.substr(0, length) : replacement_character;
+        text.remove_prefix(std::max<size_t>(length, 1));
+    }
+    return out;
 }
 
 void append_json(std::string &out, std::string_view text) {

@@ -27,6 +27,9 @@ void append_json(std::string &out, std::string_view text);
 // An answer's JSON text, in UTF-8 whatever an option of the device holds: other bytes become U+FFFD.
 std::string answer_of(json_object *response);
 
+// The text with U+FFFD for bytes that are no UTF-8.
+std::string valid_utf8(std::string_view text);
+
 // The length of the UTF-8 character that the text begins with; 0 when it begins with none.
 size_t utf8_length(std::string_view text);
 

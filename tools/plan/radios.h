@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Radios of a configuration.
 #pragma once
 
