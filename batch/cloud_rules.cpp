@@ -96,7 +96,8 @@ constexpr key_rule lan_twice_and_bandwidth_done[] = {
 // What the six have in common.
 constexpr rule_set cloud(std::span<batch_entry> table, bool own_context,
                          std::span<const bandwidth_rule> bandwidth, std::span<const key_rule> always,
-                         std::span<const first_time_key> first_time, std::span<const key_rule> stored) {
+                         std::span<const first_time_key> first_time, std::span<const key_rule> stored,
+                         bool model_anew = false) {
     return {.table = table,
             .own_context = own_context,
             .bandwidth = bandwidth,
@@ -106,8 +107,11 @@ constexpr rule_set cloud(std::span<batch_entry> table, bool own_context,
             .stored = {stored, radio_and_password},
             .otherwise = write_row,
             .written_anyway = {},
-            .refuse = answer_set_false};
+            .refuse = answer_set_false,
+            .model_anew = model_anew};
 }
+
+constexpr bool model_anew = true;
 
 } // namespace
 
@@ -118,7 +122,7 @@ constexpr rule_set cloud(std::span<batch_entry> table, bool own_context,
 //                                            table              own context  bandwidth                   always          first time         stored
 constexpr rule_set cloud_finch      = cloud(batch_list_finch,  true,        single_bandwidth,           zone_and_guest, single_first_time, lan);
 constexpr rule_set cloud_ardea      = cloud(batch_list_ardea,  true,        ardea_and_falcon_bandwidth, zone_committed, dual_first_time,   lan_twice_and_bandwidth_done);
-constexpr rule_set cloud_mt76x8     = cloud(batch_list_mt76x8, true,        mt76x8_bandwidth,           zone,           mt76x8_first_time, {});
+constexpr rule_set cloud_mt76x8     = cloud(batch_list_mt76x8, true,        mt76x8_bandwidth,           zone,           mt76x8_first_time, {}, model_anew);
 constexpr rule_set cloud_mt7615     = cloud(batch_list_mt7615, true,        mt7615_bandwidth,           zone,           dual_first_time,   bandwidth_done);
 constexpr rule_set cloud_one_radio  = cloud(batch_list2,       false,       single_bandwidth,           zone_and_guest, single_first_time, {});
 constexpr rule_set cloud_two_radios = cloud(batch_list1,       false,       dual_bandwidth,             zone_and_guest, dual_first_time,   {});

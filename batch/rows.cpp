@@ -16,7 +16,7 @@ constexpr size_t time_zone_command_size = 300;
 constexpr size_t time_zone_size = 128;
 
 bool is_for(const name_list &models, const row_step &step) {
-    return models.empty() || lists(models, step.model);
+    return models.empty() || lists(models, step.rules->model_anew ? get_model_name() : step.model);
 }
 
 const key_rule *find_rule(const key_rules &rules, const char *key) {

@@ -80,6 +80,8 @@ struct rule_set {
     row_rule otherwise;
     name_list written_anyway;
     void (*refuse)(const row_step &step);
+    // By contract the model is asked from the platform anew for every row that depends on it.
+    bool model_anew = false;
 };
 
 // Applies the request to the rule set's table; always 0. ctx is for rule sets without a context of their own.
