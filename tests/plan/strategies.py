@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Random devices and requests, as data that shrinks."""
 from dataclasses import dataclass, field
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A plan is what happens: random requests are planned from a router's own state and then sent to it.
 
 What cannot be compared: the plug-in's log, which the router's syslog cuts and escapes; calls that only ask (reading an

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the random requests leave out: a reboot that happens, the time that a handler takes, what shells write."""
 import json
 import os

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """A router in a box that is brought into a state, sent requests, and looked at: what it was asked and what became of it."""
 import base64
 import json
