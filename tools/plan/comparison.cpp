@@ -47,7 +47,7 @@ public:
     }
 
 private:
-    void add(std::string path, const std::string &shown, std::optional<std::string> from,
+    void add(const std::string &path, const std::string &shown, std::optional<std::string> from,
              std::optional<std::string> to) {
         if (from == to)
             return;

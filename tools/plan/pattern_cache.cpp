@@ -1,7 +1,6 @@
 // Remembers compiled patterns. A plan plays the plug-in a dozen times, which compiles the patterns of its
 // checks anew for each value, and that took most of a plan's time. The plug-in binds to these functions
 // because the program exports them; a copy of a compiled pattern shares what the C library has learned of it.
-#include <cstring>
 #include <map>
 #include <string>
 
@@ -25,7 +24,7 @@ std::map<std::string, regex_t> &compiled() {
 
 bool is_remembered(const regex_t *pattern) {
     for (const auto &[text, known] : compiled())
-        if (std::memcmp(&known.buffer, &pattern->buffer, sizeof known.buffer) == 0)
+        if (known.buffer == pattern->buffer)
             return true;
     return false;
 }

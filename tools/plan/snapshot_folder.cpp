@@ -45,8 +45,10 @@ void take_folder(const descriptor &root, const std::string &folder, const std::s
     if (names.size() > files_limit)
         throw input_error(folder + ": more than " + std::to_string(files_limit) + " files");
     const std::string start = folder == "." ? "" : folder + "/";
-    for (const std::string &name : names)
-        take(root, start + name, prefix + start + name, out);
+    for (const std::string &name : names) {
+        const std::string path = start + name;
+        take(root, path, prefix + path, out);
+    }
 }
 
 bool is_number(const std::string &text) {
