@@ -22,8 +22,8 @@ SMALL_EXAMPLES = 12  # Hypothesis begins with about as many that say next to not
 
 # What the daemon's record has of a call; a planned effect has the same under the same names.
 MEMBERS = {"set": ("path", "value"), "delete": ("path",), "commit": ("package",), "iwpriv": ("interface", "parameter", "value"),
-           "sleep": ("seconds",), "sync": ()}
-UNRECORDED = ("log", "write", "open", "dispatch")
+           "sleep": ("seconds",), "sync": (), "dispatch": ("path",)}
+UNRECORDED = ("log", "write", "open")
 OF_THE_FIRMWARE = {"xwf.general.enable"}  # what its own programs write: they set up the companion
 
 

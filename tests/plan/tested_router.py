@@ -181,7 +181,7 @@ class TestedRouter:
         first, last = (datetime.fromisoformat(lines[end]["time"]) for end in (0, -1))
         self.seconds = (last - first).total_seconds()
         calls = [(line["kind"], line["of"]) for line in lines]
-        calls = [call for call in calls if call[0] not in ("request", "reply")]
+        calls = [call for call in calls if call[0] not in ("request", "reply", "dispatched")]
         if route.rpartition("/")[2] in ("batch_set", "set_config"):
             self.reboot_pending = ("fork", {"command": "sleep 1; reboot"}) in calls
         if self.router.model == "falcon" and route.endswith("/batch_get") and "name" not in members:
