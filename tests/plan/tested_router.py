@@ -106,7 +106,8 @@ class TestedRouter:
     def set_state(self, state):
         self._set_reboot_pending(state.reboot_pending)
         self._set_full_read(state.full_read_done)
-        script = ["rm -rf /etc/config /tmp/.uci /etc/tertf/tertfinfo_bak /tmp/tertf/tertfinfo_bak "
+        script = ["killall -9 xwf-fix 2>/dev/null || :",  # one that was started for the state before
+                  "rm -rf /etc/config /tmp/.uci /etc/tertf/tertfinfo_bak /tmp/tertf/tertfinfo_bak "
                   "/etc/device/xwf_delay " + " ".join(WATCHED_FILES),
                   f"cp -a {PRISTINE} /etc/config",
                   f"echo {int(state.repeater)} >/etc/device/repeater",
