@@ -9,6 +9,7 @@ import unittest
 from pathlib import Path
 
 RECORDED = Path(__file__).resolve().parent.parent / "recorded/cases"
+VARIANTS = RECORDED.parent / "variants"
 PLAYER, PLUGIN, HARDENED = (os.environ[name] for name in ("PLAYER", "PLUGIN", "HARDENED"))
 
 # The recorded cases in which a value is meant for the shell, with the key that is refused there.
@@ -18,6 +19,16 @@ REFUSED = {
     "whiteboard/customer/values_unchanged": "image_url",
     "whiteboard/tail/reboot_values": "reboot_flag",
 }
+
+
+def in_full(case, folder):
+    """The case, or if it is a variant of another one or the base of variants, a file with all of it."""
+    text = case.read_text(encoding="utf-8", errors="replace")
+    if "\n[as " not in text and "\n[parameters]" not in text:
+        return case
+    full = folder / f"full.{case.parent.name}.{case.name}"
+    full.write_bytes(subprocess.run([VARIANTS, "expand", case], check=True, capture_output=True).stdout)
+    return full
 
 
 def play(plugin, cases, folder):
@@ -55,7 +66,8 @@ class RecordedCases(unittest.TestCase):
         cases = sorted(RECORDED.rglob("*.case"))
         changed = set()
         with tempfile.TemporaryDirectory() as folder:
-            plain, hardened = (play(plugin, cases, Path(folder) / name)
+            full = [in_full(case, Path(folder)) for case in cases]
+            plain, hardened = (play(plugin, full, Path(folder) / name)
                                for name, plugin in (("plain", PLUGIN), ("hardened", HARDENED)))
         for case, before, after in zip(cases, plain, hardened):
             name = str(case.relative_to(RECORDED).with_suffix(""))
