@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values made from the bandwidth that a request sends.
 #include "batch/bandwidth.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the bandwidth keys "2g_htmode" and "5g_htmode" set on each kind of device.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The six rule sets of a cloud batch: everything in which they differ.
 #include "batch/bandwidth.h"
 #include "batch/models.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The WAN settings and the reboot flag, which come first in every batch.
 #include "batch/rows.h"
 

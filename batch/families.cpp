@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The matrix of devices: by which table and which rules each route serves a model. The rules stand in
 // cloud_rules.cpp and white_label_rules.cpp, under the names that the cells give.
 #include "batch/families.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The matrix of devices: families of models, and by what each route that depends on the model serves them.
 #pragma once
 

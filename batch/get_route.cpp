@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/cloud/aerolink/batch_get": reports what a cloud push can set.
 #include "batch/read.h"
 #include "plugin/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The interface language: the maker's configuration holds the code, the web interface knows two languages.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

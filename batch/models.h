@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Models that something other than their family singles out.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lists of names: of models, or of keys.
 #pragma once
 

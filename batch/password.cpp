@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The administrator password: the digest in UCI and the system account.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the settings of a device in the vocabulary of the batch tables.
 #include "batch/read.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reboot that a batch asks for.
 #include "batch/reboot.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a network comes up with a new configuration.
 #include "batch/restart.h"
 

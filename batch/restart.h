@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a network comes up with a new configuration: each starts its commands detached and in order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The walk over a table's rows and the rules that several rule sets share.
 #include "batch/rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a request is applied: one walk over a table's rows. What differs between devices stands in a `rule_set`
 // as data and small named rules. The walk asks for no key, and for the model only where a rule names models.
 #pragma once

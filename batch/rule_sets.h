@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How requests are written, by kind of request and of device.
 #pragma once
 

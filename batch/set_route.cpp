@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/cloud/aerolink/batch_set": applies a cloud push end to end.
 #include "batch/families.h"
 #include "batch/reboot.h"

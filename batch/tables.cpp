@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The vocabulary of the batch interface: which UCI option each member of a request stands for, and what its
 // value must match. Keys, their letters and their order are a contract with the cloud. "encrytion" is spelled
 // so there (decision 1).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four rule sets of a white-label request: everything in which they differ from each other and from a
 // cloud batch.
 #include "batch/bandwidth.h"

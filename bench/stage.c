@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How many requests the stage plays in a second, each in the same world and put back after it.
 // usage: bench_stage PLUGIN [SECONDS]
 #include "devkit/rehearsal/stage.h"

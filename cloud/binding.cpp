@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Binding the router to a cloud account, and asking the cloud to unbind it.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/cloud/aerolink/set": switches the cloud link and chooses its server zone.
 #include "cloud/zones.h"
 #include "platform/zuutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cloud client's lines of the system log, and how much it logs.
 #include "cloud/zones.h"
 #include "platform/zuutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/cloud/aerolink/get": the state of the cloud link.
 #include "cloud/zones.h"
 #include "platform/zuutil.h"

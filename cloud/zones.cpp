@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The server zones.
 #include "cloud/zones.h"
 

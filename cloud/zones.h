@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The server zones, by the names that users and the cloud know them by.
 #pragma once
 

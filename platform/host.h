@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the API daemon that loads the plug-in offers to it. Declarations only.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The maker's utility library: UCI access, JSON helpers, command runners and device facts.
 // Declarations only; a device brings its own library, the development kit brings one for the desk.
 //

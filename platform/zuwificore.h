@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The maker's Wi-Fi library. Declarations only.
 #pragma once
 

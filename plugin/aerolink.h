@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Everything that aerolink.so exports. All of it has C linkage; nothing else in the plug-in is visible.
 #pragma once
 

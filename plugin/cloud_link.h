@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What several folders do to the cloud link.
 #pragma once
 

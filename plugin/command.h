@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shell commands whose end the plug-in waits for.
 #pragma once
 

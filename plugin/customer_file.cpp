@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The customer file of white-label builds.
 #include "plugin/customer_file.h"
 

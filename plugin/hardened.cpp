@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a hardened build refuses.
 #include "plugin/hardened.h"
 

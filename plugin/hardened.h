@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a hardened build refuses. The contract lets a request's values reach the shell as they are; a maker
 // who prefers safety to its letter builds with AEROLINK_HARDENED.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests and responses in the system log.
 #include "plugin/log.h"
 

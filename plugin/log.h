@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lines of the system log that more than one folder writes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decides whether the router reaches the internet by pinging a short list of addresses.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

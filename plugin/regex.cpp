@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pattern validation: POSIX extended expressions plus \d \D \s \S \w \W, which the C libraries disagree
 // about. A pattern is rewritten into bracket classes before it is compiled.
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The route table, and the integers that handlers share from one request to the next.
 #include "plugin/aerolink.h"
 

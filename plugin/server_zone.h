@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The load balancers of the server zones, the one place where their host names stand. They are a property of
 // the deployment and set at build time.
 #pragma once

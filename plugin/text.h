@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text in fixed buffers. A span stands for an array, whose size it carries.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UCI as the plug-in uses it.
 #include "plugin/uci.h"
 

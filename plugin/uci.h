@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UCI as the plug-in uses it. Every function takes a context that could not be opened (null): reads through
 // it give "", writes do nothing.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The branding keys of the customer file: written whole from a request, and read back.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/whiteboard/designated_customer": points the cloud link and the telemetry at a customer's own servers.
 #include "platform/zuutil.h"
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/whiteboard/get_config": settings, branding and the companion plug-in's part in one response.
 #include "batch/read.h"
 #include "platform/host.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "/whiteboard/set_config": provisions a reseller's device from one request.
 #include "batch/families.h"
 #include "batch/reboot.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns the cloud's transmit-power levels into a radio's UCI "txpower", scaled from the maximum that stands
 // beside it in the same section.
 #include "plugin/aerolink.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Who may use the daemon: the rules for Host, Origin and Authorization.
 #include "devkit/apid/access.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers whole requests: runs the route's handler.
 #pragma once
 

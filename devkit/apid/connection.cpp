@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One client's connection.
 #include "devkit/apid/connection.h"
 

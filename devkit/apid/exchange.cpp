@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs handlers, and keeps the references that they may release.
 //
 // A handler that does a named read releases one reference of the request's "name" member, any other handler

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One request and its response, from the handler's call to the reply's text.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the head of a request ends.
 #include "devkit/apid/head.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the head of a request ends: its request line and header, checked byte by byte as they arrive.
 #pragma once
 

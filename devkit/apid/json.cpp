@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests as JSON objects.
 #include "devkit/apid/json.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Socket addresses and the listening socket.
 #include "devkit/apid/listener.h"
 

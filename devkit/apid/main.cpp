@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // apid: the API daemon of the development kit.
 #include "devkit/apid/access.h"
 #include "devkit/apid/listener.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The daemon's command line, read with getopt_long.
 #include "devkit/apid/options.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is refused by its request line and header, before any body is read.
 #include "devkit/apid/refusal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Replies and how they are sent.
 #pragma once
 

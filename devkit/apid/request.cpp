@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads requests. The HTTP library parses them; its parser is told nothing that the scanner has not passed.
 #include "devkit/apid/request.h"
 

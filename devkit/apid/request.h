@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads requests from the bytes that a client sends. What could be understood in two ways is refused.
 #pragma once
 

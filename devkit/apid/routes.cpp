@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads plug-ins and keeps their routes.
 #include "devkit/apid/routes.h"
 

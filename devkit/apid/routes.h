@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The routes of all loaded plug-ins. They stay loaded for the life of the process.
 #pragma once
 

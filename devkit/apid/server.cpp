@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The HTTP side: one loop around poll. It runs in one thread, so that no handler can run beside another.
 #include "devkit/apid/server.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The HTTP side: one thread, which runs every handler.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The daemon's signals. None is blocked or ignored while handlers run: the commands that they start would
 // inherit it.
 #pragma once

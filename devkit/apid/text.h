@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text rules: UTF-8, percent escapes, and what the JSON parser is too lenient about.
 #pragma once
 

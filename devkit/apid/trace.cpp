@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes the record.
 #include "devkit/apid/trace.h"
 

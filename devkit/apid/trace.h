@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A record of what the daemon does, one JSON object a line, each with "time" (UTC, microseconds) and "kind".
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calls of plug-ins to the platform and to the C library, on their way through the daemon: each is
 // recorded and then made. Linked into the daemon of the router in a box only; its names come before those of
 // all libraries.

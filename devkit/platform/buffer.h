@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Copies into the caller's buffers, whose size no platform function is told.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command runners.
 #include "devkit/platform/buffer.h"
 #include "devkit/platform/interface.h"

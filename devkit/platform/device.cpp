@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device facts.
 #include "devkit/platform/buffer.h"
 #include "devkit/platform/device_file.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device facts as one-line files in one folder.
 #include "devkit/platform/device_file.h"
 

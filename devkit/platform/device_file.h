@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device facts as one-line files in one folder, read anew each time so that they can be changed at run time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform interface as its own implementation sees it: visible outside, unlike everything else in the
 // libraries.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text helpers: digest, shell escape, letter case.
 #include "devkit/platform/interface.h"
 

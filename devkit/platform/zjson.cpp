@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Short hands for the members of JSON objects.
 #include "devkit/platform/interface.h"
 

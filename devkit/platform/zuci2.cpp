@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UCI access: each call sees the files and deltas as they are at that moment.
 #include "devkit/platform/buffer.h"
 #include "devkit/platform/interface.h"

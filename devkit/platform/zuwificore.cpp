@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Wi-Fi library.
 #include "devkit/platform/device_file.h"
 #include "devkit/platform/interface.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls of the plug-in, and what is checked around them.
 #include "devkit/rehearsal/platform.h"
 #include "devkit/rehearsal/record.h"

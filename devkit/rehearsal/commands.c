@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a command does and answers. Commands are known by their forms; which files, options and keys they are
 // about stands in the command alone. tests/rehearsal/commands.cpp has the plug-in run one of each form.
 #include "devkit/rehearsal/commands.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands: recorded, and answered by what was scripted or, when the stage acts, by the world.
 #pragma once
 

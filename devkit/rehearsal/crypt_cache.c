@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The last few results of crypt(3).
 #include "devkit/rehearsal/crypt_cache.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // crypt(3), which takes a good part of a millisecond, so that playing a request again costs nothing.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the plug-in did during a call, in order, and what it may never do.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Filters of text, line by line.
 #include "devkit/rehearsal/filters.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The filters that the plug-in's pipelines are made of.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Matching of commands' forms, and the shell's quoting.
 #include "devkit/rehearsal/forms.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts of commands: their forms, and what their quoted parts mean to the router's shell.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C library's own functions, behind those that the program puts in front of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A configuration that is a plain list of paths and values.
 #include "devkit/rehearsal/option_list.h"
 

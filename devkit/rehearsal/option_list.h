@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A configuration that is a plain list of paths and values, exactly as they are written: selectors such as
 // "@wifi-iface[0]" are text like any other, every set succeeds, commits change nothing. "package.NAME" with
 // value TYPE is a section and counts for its type.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the recording platform checks around a call. The platform functions themselves are declared by the
 // plug-in's platform headers and by the C library; the program that uses the stage exports them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command runners, device facts and texts of the utility library, and the Wi-Fi library.
 #include "devkit/rehearsal/commands.h"
 #include "devkit/rehearsal/record.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The JSON helpers and other plug-ins' routes, and the limits of a call.
 #include "devkit/rehearsal/platform.h"
 #include "devkit/rehearsal/record.h"

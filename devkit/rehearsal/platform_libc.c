@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C library's functions with an effect outside the process. The program exports these definitions, so
 // they are the ones that the plug-in (and a sanitizer's run-time library) binds to. Outside of a call they
 // are the C library's own, but for those that start commands: nothing of the plug-in's may ever run on this

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C library's streams: commands' outputs, and files that are written into memory.
 #include "devkit/rehearsal/commands.h"
 #include "devkit/rehearsal/library.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UCI access to the configuration of the world.
 #include "devkit/rehearsal/platform.h"
 #include "devkit/rehearsal/record.h"

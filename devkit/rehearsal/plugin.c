@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The loaded plug-in and the functions that it exports.
 #include "devkit/rehearsal/rows.h"
 #include "devkit/rehearsal/stage.h"

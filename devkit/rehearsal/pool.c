@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Chunks of memory, the first of which serves most plays.
 #include "devkit/rehearsal/pool.h"
 

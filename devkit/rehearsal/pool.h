@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Memory that is taken piece by piece and given back all at once, or down to a mark, so that a play costs
 // hardly any calls of the allocator.
 #pragma once

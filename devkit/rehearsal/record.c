@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The record of a call.
 #include "devkit/rehearsal/record.h"
 

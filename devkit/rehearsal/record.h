@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes the record of a call: what its effects are made with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The batch tables, and the integers that live as long as the plug-in.
 #include "devkit/rehearsal/rows.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The loaded plug-in's tables and integers: which row a walk is at, and putting both back.
 #pragma once
 

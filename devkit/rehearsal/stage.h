@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The stage: plays the plug-in in a world in memory and records what it does there.
 //
 // There is one stage in a process, as there is one plug-in: both keep state of their own. The program that

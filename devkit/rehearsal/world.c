@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The world. Files and answers are lists that only grow, in front: so a mark is a copy of the heads.
 #include "devkit/rehearsal/world.h"
 

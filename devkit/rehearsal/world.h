@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The world that the plug-in is played in: device, configuration, files, answers of commands, faults.
 //
 // A play describes it with the functions below; what the plug-in does then changes it. stage_mark and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The world as the platform looks it up and changes it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes the router's journal.
 #include "devkit/router/journal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The router's journal: one file in which the stand-ins note, one line a call, what was asked of them.
 #pragma once
 

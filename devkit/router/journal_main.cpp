@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // `journal PROGRAM ARGUMENT...` notes one call in the router's journal. Under any other name it notes its own
 // call: firmware programs that only have to be seen are links to it.
 #include "devkit/router/journal.h"

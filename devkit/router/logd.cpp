@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // `logd SOCKET TO FILE`: takes the system log's messages at SOCKET, passes each on to the log at TO, and adds
 // a line for each to FILE: its time, to the microsecond, when it was sent; facility and level; its text. So
 // the log, which knows seconds only, can be read in one order with what else happened.

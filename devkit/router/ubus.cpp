@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // `ubus` as the router has it, with the one object that matters here: "mqtt", which the cloud client offers
 // while it runs. A call is noted in the journal, checked, and handed to the client as one line on its event
 // pipe.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Changes to a package, and the lines of the delta file that holds them until a commit.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What can go wrong in the store, in the words that the command prints after "uci: ".
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checked system calls on files.
 #include "devkit/uci/file_io.h"
 

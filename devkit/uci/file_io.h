@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checked system calls on files. Everything here throws io_error, or not_found for a file that is not there.
 #pragma once
 

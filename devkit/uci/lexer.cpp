@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Splits a configuration file, a delta file or a batch of commands into commands of words.
 #include "devkit/uci/lexer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A configuration package in memory.
 #include "devkit/uci/package.h"
 

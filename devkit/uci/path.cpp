@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a request names what it is about: "package[.section[.option]][=value]".
 #include "devkit/uci/path.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration files and their deltas on the disk.
 #include "devkit/uci/store.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration files and their deltas on the disk, safe for any number of processes at once.
 //
 // Whoever writes holds an exclusive lock on the configuration folder, which outlives the rename of a file in

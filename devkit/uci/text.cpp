@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which texts may stand where, and how a value is quoted.
 #include "devkit/uci/text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The companion plug-in: keeps what a white-label request says about the xwf feature.
 //
 // "/xwf/batch_set" (post) stores the request's members xwf_ssid, xwf_mode and xwf_url as options of the same

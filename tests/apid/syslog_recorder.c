@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Preloaded into the daemon: writes what goes to syslog to the file named by SYSLOG_RECORD, a line each, with
 // the ident and the numbers of facility and priority.
 #include <stdarg.h>

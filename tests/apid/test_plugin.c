@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in whose routes exercise the daemon's side of the handler contract.
 #include "platform/host.h"
 #include "plugin/aerolink.h"

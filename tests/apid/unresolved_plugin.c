@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in that needs a function which nobody has.
 #include "plugin/aerolink.h"
 

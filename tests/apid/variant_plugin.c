@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plug-ins that differ in their table alone: its rows are ROWS; NULL_TABLE gives none.
 #include "plugin/aerolink.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in that checks the daemon's side of platform/host.h: load it, and ask for GET
 // /conformance/dispatcher. The result is 0 and the response {"custom_api_dispatcher": "ok"}, or -1 and in
 // "ok"'s place what is wrong.

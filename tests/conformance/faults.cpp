@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Faulty platform libraries: preloaded before the kit's own ones, this makes one function break its contract
 // in the way that the environment variable FAULT names.
 #include "platform/zuutil.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A daemon of one request, which its dispatcher answers as the contract says or with one of several faults:
 // runs the first route of a plug-in and prints the response. Usage: faulty_daemon PLUGIN FAULT, where FAULT
 // "none" is none.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What clients send to the daemon, as far as it reads it: JSON against a grammar of our own, queries, and
 // requests, which must not mean anything else when they arrive in pieces. The first byte of an input says
 // which.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the engine and the sanitizers do beside the stage, which this program exports in place of parts of the
 // C library. The calls of this program come here by --wrap.
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bytes of an input, read as decisions. When they run out, every further decision is the first choice.
 #pragma once
 

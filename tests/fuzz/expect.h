@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a target says that a promise is broken.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System calls of this process that fail on demand.
 #include "tests/fuzz/faults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // System calls of this process that fail on demand: linked with --wrap, the calls of the code under test come
 // here.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Requests to every route and calls of every exported function, one after another in one world. Whatever the
 // world and the requests are, the plug-in keeps to its side of the contracts with the platform and the
 // daemon.

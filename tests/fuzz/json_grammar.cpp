@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a request's JSON is: a recursive descent, a function a rule of the grammar.
 #include "tests/fuzz/json_grammar.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a request's JSON is, from the grammar of RFC 8259 alone.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Patterns that mean something, out of any bytes.
 #include "tests/fuzz/pattern_grammar.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What `aerolink plan` reads: snapshots in each of their forms, and plans of random requests on devices that
 // differ from the factory. The first byte of an input says which.
 #include "tools/plan/plan.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Says in Perl's dialect what a pattern of the plug-in's means. A recursive descent over the grammar of POSIX
 // extended expressions with \d \D \s \S \w \W; bracket expressions are worked out to the set of bytes that
 // they match.

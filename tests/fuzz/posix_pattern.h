@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Says in Perl's dialect what a pattern of the plug-in's means, from the rules of its dialect alone.
 #pragma once
 

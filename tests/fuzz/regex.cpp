@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // regex_exe against PCRE2. An input is a pattern, a line feed, and a text; "@" and a byte in the pattern's
 // place choose one of the batch tables' patterns; behind "%" each byte chooses a piece of a pattern, and a
 // character of the text.

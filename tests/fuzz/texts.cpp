@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts that the plug-in may meet anywhere.
 #include "tests/fuzz/texts.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts that the plug-in may meet anywhere: in a request, an option, a file, a command's output.
 #pragma once
 

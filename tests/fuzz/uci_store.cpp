@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The UCI store on a disk that may fail at any call, and a process that may die at any call: what was
 // acknowledged is there, what was refused changed nothing, and what was cut short is done whole or not at
 // all.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration files, exports and deltas: whatever is read is written in one way, and what is written reads
 // the same. An input is a file; behind a line "%%" a delta; behind another such line the names of a request.
 #include "devkit/uci/delta.h"

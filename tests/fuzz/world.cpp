@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A world for the plug-in that an input describes.
 #include "tests/fuzz/world.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A world for the plug-in that an input describes: device, files, faults, and a configuration in which every
 // option has some value or none.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command runners.
 #include "platform/zuutil.h"
 #include "tests/platform/fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device facts, the repeater and the driver's private settings.
 #include "platform/zuutil.h"
 #include "platform/zuwificore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Digest, shell escape, letter case.
 #include "platform/zuutil.h"
 #include "tests/platform/fixture.h"

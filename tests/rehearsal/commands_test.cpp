@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands that act on the world: the plug-in runs one of each form that the stage knows, and no other one
 // that holds a text from outside.
 #include "tests/rehearsal/play.h"

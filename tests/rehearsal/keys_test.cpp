@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every effect knows the key whose row was being applied: the law is that a request of one key does what the
 // empty request does, and more, and that what is more carries the key.
 #include "tests/rehearsal/play.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plays on the stage. usage: rehearsal_tests PLUGIN [GoogleTest's arguments]
 #include "tests/rehearsal/play.h"
 

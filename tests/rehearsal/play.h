@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plays requests on the stage, in a world of the test's own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Putting back: whatever was played since the mark, a request does again what it did before.
 #include "tests/rehearsal/play.h"
 

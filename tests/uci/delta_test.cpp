@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Delta lines: whatever is applied in memory is applied from its line as well.
 #include "devkit/uci/delta.h"
 #include "devkit/uci/error.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Preloaded into a program: lets the FAULT_CALL-th call that changes a file fail with FAULT_ERRNO, or ends
 // the program in its place when that is 0, and writes the call's name to the file FAULT_SEEN. Counts calls on
 // files beyond standard error only.

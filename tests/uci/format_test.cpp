@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration files: what is written reads the same, and whatever is read is written in one way only.
 #include "devkit/uci/error.h"
 #include "devkit/uci/format.h"

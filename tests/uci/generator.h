@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Random packages and changes, the same ones for the same seed.
 #pragma once
 

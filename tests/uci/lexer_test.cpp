@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The lexer: words, where they begin, and what is left of a text that breaks off.
 #include "devkit/uci/error.h"
 #include "devkit/uci/lexer.h"

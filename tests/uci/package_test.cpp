@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A package in memory: generated names and selectors.
 #include "devkit/uci/package.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store on the disk: what one store records, every other reads, and concurrent ones lose nothing.
 #include "devkit/uci/error.h"
 #include "devkit/uci/store.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The batch that gives a device its settings back.
 #include "tools/export/settings_export.h"
 

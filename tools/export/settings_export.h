@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The batch that gives a device its settings back, and what no batch can give back.
 #pragma once
 

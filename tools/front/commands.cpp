@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands that the front door has in itself.
 #include "tools/front/commands.h"
 

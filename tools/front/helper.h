@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The programs aerolink-WORD, which are commands of the front door as if they were part of it.
 #pragma once
 

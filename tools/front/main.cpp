@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // aerolink: the front door to what can be asked of the plug-in at a desk.
 #include "tools/front/commands.h"
 #include "tools/front/helper.h"

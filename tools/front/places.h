@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where an installation, or a build folder, keeps what the front door needs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What plans of several models have in common.
 #pragma once
 

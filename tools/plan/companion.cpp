@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The companion plug-in, whose routes the plug-in forwards requests to.
 #include "tools/plan/companion.h"
 

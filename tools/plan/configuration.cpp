@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A device's configuration while requests are rehearsed on it.
 #include "tools/plan/configuration.h"
 

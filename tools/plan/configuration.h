@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A device's configuration while requests are rehearsed on it: UCI in memory, with what is recorded apart
 // from what is committed, and cheap to put back.
 #pragma once

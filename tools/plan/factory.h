@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the kit knows of devices without asking one; made at build time from the box's device profiles.
 #pragma once
 

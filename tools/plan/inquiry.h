@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Asks of one device and request what would come of another value, another device or another request.
 #pragma once
 

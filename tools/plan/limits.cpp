@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which values of a key are acceptable, found by trying.
 #include "tools/plan/limits.h"
 

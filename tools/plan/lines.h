@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lines of standard input, of bounded length, as they come.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a request itself shows of its keys.
 #include "tools/plan/observer.h"
 

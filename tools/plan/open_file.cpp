@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files that are read and never trusted.
 #include "tools/plan/open_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line of `plan`, `check`, `export` and `snapshot`.
 #include "tools/plan/options.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Remembers compiled patterns. A plan plays the plug-in a dozen times, which compiles the patterns of its
 // checks anew for each value, and that took most of a plan's time. The plug-in binds to these functions
 // because the program exports them; a copy of a compiled pattern shares what the C library has learned of it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a request would do to a device.
 #pragma once
 

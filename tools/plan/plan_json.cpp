@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plans as JSON.
 #include "tools/plan/json.h"
 #include "tools/plan/plan.h"

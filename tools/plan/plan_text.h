@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plans to be read at a glance.
 #pragma once
 

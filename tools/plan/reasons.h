@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What becomes of each member of a request, and why nothing comes of some.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Why nothing comes of a key, found out by asking.
 #include "tools/plan/refusals.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plays requests on a device, again and again from the same state.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A device at one moment: everything that decides what a request does to it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Snapshots from a backup, which anybody may have made: only files that are of use are taken, into memory,
 // and there are limits to what is looked at.
 #include "tools/plan/sources.h"

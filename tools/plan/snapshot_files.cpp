@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Snapshots from a device's files.
 #include "devkit/uci/text.h"
 #include "tools/plan/snapshot.h"

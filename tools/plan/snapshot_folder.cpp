@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Snapshots from folders: a device's file system, or the state folder of a router in a box, which may be
 // running.
 #include "tools/plan/open_file.h"

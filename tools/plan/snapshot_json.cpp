@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Snapshots as JSON objects, and as text that may be one.
 #include "devkit/uci/format.h"
 #include "tools/plan/factory.h"

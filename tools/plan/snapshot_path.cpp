@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which kind of snapshot a path leads to.
 #include "tools/plan/json.h"
 #include "tools/plan/open_file.h"

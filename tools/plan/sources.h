@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The kinds of sources that a snapshot is read from; snapshot.h has what chooses between them. All throw
 // input_error.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plans for a stream of devices.
 #pragma once
 

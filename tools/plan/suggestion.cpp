@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // "Did you mean": the least number of letters put in, left out, exchanged or swapped with their neighbour.
 #include "tools/plan/suggestion.h"
 

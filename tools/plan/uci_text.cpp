@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration text from anybody, in bounds.
 #include "tools/plan/uci_text.h"
 

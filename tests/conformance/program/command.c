@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command runners. All that they run is harmless.
 #include "platform/zuutil.h"
 #include "tests/conformance/program/contract.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Verdicts, comparisons and files of the checks.
 #include "tests/conformance/program/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the program is made of: contracts of the platform interface, each with its check and its line of
 // output.
 #pragma once

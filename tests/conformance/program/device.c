@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device facts and the Wi-Fi library. The driver is set only on the interface that the user names.
 #include "platform/zuutil.h"
 #include "platform/zuwificore.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks a device's platform libraries against the contracts of platform/*.h, on the device: one line a
 // contract.
 #include "tests/conformance/program/contract.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UCI access, on a package that only these checks use.
 #include "platform/zuutil.h"
 #include "tests/conformance/program/contract.h"

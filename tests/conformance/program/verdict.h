@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the process of a check tells the program what came of it: by its exit status, and by a text in a pipe.
 #pragma once
 

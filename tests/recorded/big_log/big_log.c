@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cloud log of a million lines: the plug-in's answer must be complete and in order, take no more memory
 // than the answer itself, and no time beyond what a line costs. usage: big_log PLUGIN
 #include "devkit/rehearsal/stage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calls: handlers with a request and a response, and the other exported functions with a list of
 // arguments.
 #include "tests/recorded/player/call.h"

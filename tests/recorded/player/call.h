@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs one call of a case against the plug-in and prints its outcome sections.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Printing of the record of a call.
 #include "tests/recorded/player/effects.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the record of a call stands in a case file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plays case files against the plug-in.
 // player PLUGIN CASE prints the same case with the actual outcome; status 0 when it was played, 2 when the
 // case or the plug-in is refused. player PLUGIN --into FOLDER CASE... plays each case in a process of its

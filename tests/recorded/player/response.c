@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Printing of responses, the same with every version of json-c.
 #include "tests/recorded/player/response.h"
 

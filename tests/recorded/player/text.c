@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The byte buffer and the notation of texts in case files.
 #include "tests/recorded/player/text.h"
 

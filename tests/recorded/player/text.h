@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A growing byte buffer, and the notation in which case files write texts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The world that a case describes.
 #include "tests/recorded/player/world.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The world that a case describes: reads the lines of its input sections and sets the stage accordingly.
 #pragma once
 

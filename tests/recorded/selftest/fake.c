@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in that does what the real one may never do, so that the player can be seen to notice.
 // aerolink_ctrl_get causes every effect once; aerolink_ctrl_set does the misdeed that the request's "do"
 // names.
