@@ -186,6 +186,9 @@ request_reader::progress request_reader::parse_head(std::string_view head) {
 }
 
 request_reader::progress request_reader::read_body(std::string &input) {
+    if (announces_too_much(
+            request_.known.content_length.value_or(""))) // the parser would make room for all of it
+        return refuse(refuse_size());
     if (!parser_->is_done() && !input.empty()) {
         boost::beast::error_code error;
         input.erase(0, parser_->put({input.data(), input.size()}, error));

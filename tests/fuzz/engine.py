@@ -47,14 +47,15 @@ def summary(report):
     return found.group(0) if found else ""
 
 
-def search(program, seconds, corpus, artifacts):
-    """Searches with one program; what is new goes into the folder corpus, an input that fails into artifacts."""
+def search(program, seconds, corpus, artifacts, seed=0):
+    """Searches with one program; what is new goes into the folder corpus, an input that fails into artifacts. seed: 0 for
+    another search each time."""
     corpus.mkdir(parents=True, exist_ok=True)
     artifacts.mkdir(parents=True, exist_ok=True)
     target = program.name
     dictionary = HERE / "dictionaries" / f"{target}.dict"
     options = [f"-max_total_time={seconds}", f"-max_len={LONGEST[target]}", "-len_control=20", f"-timeout={LONGEST_RUN}",
-               "-rss_limit_mb=1024", "-print_final_stats=1", f"-artifact_prefix={artifacts}/",
+               "-rss_limit_mb=1024", "-print_final_stats=1", f"-seed={seed}", f"-artifact_prefix={artifacts}/",
                *([f"-dict={dictionary}"] if dictionary.exists() else [])]
     run = subprocess.run([program, *options, corpus, *inputs(target)], env=environment(), stdout=subprocess.PIPE,
                          stderr=subprocess.STDOUT, encoding="utf-8", errors="replace")

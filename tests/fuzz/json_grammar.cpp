@@ -18,7 +18,8 @@ void want(bool holds) {
 
 class descent {
 public:
-    descent(std::string_view text, int max_nesting) : rest_(text), left_(max_nesting) {}
+    descent(std::string_view text, int max_nesting, bool nuls_are_fine)
+        : rest_(text), left_(max_nesting), nuls_are_fine_(nuls_are_fine) {}
 
     void document() {
         blanks();
@@ -130,7 +131,7 @@ private:
             unsigned code = 0;
             for (int digit = 0; digit < 4; ++digit)
                 code = code * 16 + hexadecimal();
-            want(code != 0);
+            want(code != 0 || nuls_are_fine_);
         } else {
             want(letter != '\0' &&
                  std::string_view("\"\\/bfnrt").find(static_cast<char>(letter)) != std::string_view::npos);
@@ -183,13 +184,14 @@ private:
 
     std::string_view rest_;
     int left_; // levels
+    bool nuls_are_fine_;
 };
 
 } // namespace
 
-bool is_json_object(std::string_view text, int max_nesting) {
+bool is_json_object(std::string_view text, int max_nesting, bool nuls_are_fine) {
     try {
-        descent(text, max_nesting).document();
+        descent(text, max_nesting, nuls_are_fine).document();
         return true;
     } catch (const no_json &) {
         return false;

@@ -40,16 +40,20 @@ uci::package read_package(const std::string &path, const std::string &text) {
     }
 }
 
+bool is_in(std::string_view folder, std::string_view path) {
+    return path.starts_with(folder) && uci::is_package_name(path.substr(folder.size()));
+}
+
 void read_configuration(const file_map &files, snapshot &out) {
     size_t size = 0;
     for (const auto &[path, text] : files) {
-        if (path.starts_with(config_folder)) {
+        if (is_in(config_folder, path)) {
             size += text.size();
             if (size > configuration_limit)
                 throw input_error("the configuration is larger than " + std::to_string(configuration_limit) +
                                   " bytes");
             out.packages.push_back(read_package(path, text));
-        } else if (path.starts_with(delta_folder)) {
+        } else if (is_in(delta_folder, path)) {
             const std::string name = path.substr(delta_folder.size());
             out.changes[name] = uci::parse_delta(name, text).changes;
         }
@@ -75,10 +79,6 @@ void read_companion(const file_map &files, snapshot &out) {
         out.companion = companion_state::starting;
         std::from_chars(delay->data(), delay->data() + delay->size(), out.companion_seconds);
     }
-}
-
-bool is_in(std::string_view folder, std::string_view path) {
-    return path.starts_with(folder) && uci::is_package_name(path.substr(folder.size()));
 }
 
 } // namespace
