@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Preloaded into the daemon: poll fails with the error of the environment variable POLL_ERROR each second
 // time, and is the system's otherwise.
-#define _GNU_SOURCE
 #include <errno.h>
 #include <poll.h>
 #include <stdlib.h>
