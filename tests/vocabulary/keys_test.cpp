@@ -40,11 +40,11 @@ constexpr table tables[] = {
 };
 
 struct plugin {
-    void *library = dlopen(PLUGIN, RTLD_NOW | RTLD_LOCAL);
+    void *handle = dlopen(PLUGIN, RTLD_NOW | RTLD_LOCAL);
 
     template <typename T>
     T symbol(const char *name) const {
-        return reinterpret_cast<T>(dlsym(library, name));
+        return reinterpret_cast<T>(dlsym(handle, name));
     }
 };
 
@@ -73,7 +73,7 @@ bool is_of_kind(const vocabulary::key &row, const char *value) {
 
 TEST(Keys, HaveARowForEachKeyOfTheTables) {
     const plugin loaded;
-    ASSERT_NE(loaded.library, nullptr) << dlerror();
+    ASSERT_NE(loaded.handle, nullptr) << dlerror();
     for (const table &each : tables) {
         const auto *rows = loaded.symbol<const batch_entry *>(each.name);
         ASSERT_NE(rows, nullptr) << each.name;
@@ -85,7 +85,7 @@ TEST(Keys, HaveARowForEachKeyOfTheTables) {
 
 TEST(Keys, HaveExamplesThatPassEveryCheckOfTheTables) {
     const plugin loaded;
-    ASSERT_NE(loaded.library, nullptr) << dlerror();
+    ASSERT_NE(loaded.handle, nullptr) << dlerror();
     const auto matches = loaded.symbol<decltype(&regex_exe)>("regex_exe");
     for (const table &each : tables) {
         const auto *rows = loaded.symbol<const batch_entry *>(each.name);
