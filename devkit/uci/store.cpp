@@ -181,6 +181,12 @@ bool concerns(const change &recorded, const change &wanted) {
            (wanted.option.empty() || recorded.option == wanted.option);
 }
 
+// A file larger than any device's is read anew each time, so that little memory is taken.
+bool is_worth_keeping(const std::optional<file_stamp> &of) {
+    constexpr off_t largest = 1 << 20;
+    return !of || (of->size <= largest && of->is_settled());
+}
+
 } // namespace
 
 store::store(folders where) : folders_(std::move(where)) {
@@ -210,6 +216,22 @@ std::vector<std::string> store::packages() const {
 
 package store::load(const std::string &name) const {
     return session(folders_, name, file::access::shared).content;
+}
+
+void store::refresh(const std::string &name, kept_package &kept) const {
+    // The stamps are taken before the files are read: who writes without a lock makes them older than what is
+    // kept, never newer.
+    const file config_lock = lock_folder(folders_.config, file::access::shared);
+    const std::optional<file> delta_lock = lock_folder_if_there(folders_.delta, file::access::shared);
+    const std::optional<file_stamp> config = stamp_of(folders_.config + "/" + name);
+    const std::optional<file_stamp> delta = stamp_of(folders_.delta + "/" + name);
+    if (config && kept.content.name == name && kept.config == config && kept.delta == delta)
+        return;
+    kept = {};
+    const bool is_keepable = folders_.search.empty() && is_worth_keeping(config) && is_worth_keeping(delta);
+    kept.content = load(name);
+    kept.config = is_keepable ? config : std::nullopt;
+    kept.delta = delta;
 }
 
 std::vector<change> store::recorded(const std::string &name) const {

@@ -9,7 +9,9 @@
 #include "devkit/uci/delta.h"
 #include "devkit/uci/package.h"
 #include "devkit/uci/path.h"
+#include "devkit/uci/stamp.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +22,13 @@ struct folders {
     std::string config = "/etc/config";
     std::string delta = "/tmp/.uci";
     std::vector<std::string> search = {}; // more deltas, applied before the one in `delta`, never written
+};
+
+// A package as it was read, and what its files were just before.
+struct kept_package {
+    package content;
+    std::optional<file_stamp> config = {}; // nothing: the package will be read anew in any case
+    std::optional<file_stamp> delta = {};
 };
 
 // Every function throws uci::error; nothing was changed then. Only when a disk does not confirm a file that
@@ -33,6 +42,9 @@ public:
 
     // The package with all recorded changes.
     package load(const std::string &name) const;
+
+    // Makes `kept` what load gives now, and reads nothing while the package's files are as they were.
+    void refresh(const std::string &name, kept_package &kept) const;
 
     // The changes that the next commit makes durable.
     std::vector<change> recorded(const std::string &name) const;
