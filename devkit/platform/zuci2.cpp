@@ -1,22 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
-// UCI access: each call sees the files and deltas as they are at that moment.
+// UCI access: each call sees the files and deltas as they are at that moment. A context is for one thread at
+// a time, as everything of the platform is.
 #include "devkit/platform/buffer.h"
 #include "devkit/platform/interface.h"
 #include "devkit/uci/error.h"
 #include "devkit/uci/store.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct zuci2_context {
     uci::store store;
+    std::vector<uci::kept_package> kept = {}; // read last first
 };
 
 namespace {
 
 constexpr int failure = -1;
+
+constexpr size_t most_kept = 16; // more packages than any handler reads
 
 std::string folder(const char *variable, std::string fallback) {
     const char *text = std::getenv(variable);
@@ -57,9 +63,23 @@ std::string joined(const std::vector<std::string> &values) {
     return text;
 }
 
-std::string value_of(const uci::store &store, const uci::path &where) {
-    uci::package content = store.load(where.package);
-    uci::section *section = content.find(where.section);
+// The package as it is now; valid until the context is used again.
+uci::package &package_of(zuci2_context &ctx, const std::string &name) {
+    std::erase_if(ctx.kept, [](const uci::kept_package &each) { return !each.config; });
+    auto found = std::ranges::find(ctx.kept, name, [](const auto &each) { return each.content.name; });
+    if (found == ctx.kept.end()) {
+        if (ctx.kept.size() == most_kept)
+            ctx.kept.pop_back();
+        found = ctx.kept.emplace(ctx.kept.end());
+    }
+    std::rotate(ctx.kept.begin(), found, found + 1);
+    uci::kept_package &kept = ctx.kept.front();
+    ctx.store.refresh(name, kept);
+    return kept.content;
+}
+
+std::string value_of(zuci2_context &ctx, const uci::path &where) {
+    uci::section *section = package_of(ctx, where.package).find(where.section);
     const uci::option *option = section == nullptr ? nullptr : section->find(where.option);
     if (option == nullptr)
         throw uci::not_found();
@@ -79,7 +99,7 @@ zuci2_context *zuci2_init() {
 int zuci2_get(zuci2_context *ctx, const char *path, char *buffer) {
     if (buffer == nullptr)
         return failure;
-    return guarded(ctx, path, [&] { copy_cut(value_of(ctx->store, parse_plain_path(path)), buffer); });
+    return guarded(ctx, path, [&] { copy_cut(value_of(*ctx, parse_plain_path(path)), buffer); });
 }
 
 int zuci2_set(zuci2_context *ctx, const char *path, const char *value) {
@@ -107,7 +127,7 @@ int zuci2_section_count(zuci2_context *ctx, const char *type) {
         const size_t mark = text.find(".@");
         if (mark == std::string_view::npos)
             return;
-        const uci::package content = ctx->store.load(std::string(text.substr(0, mark)));
+        const uci::package &content = package_of(*ctx, std::string(text.substr(0, mark)));
         count = static_cast<int>(content.count(text.substr(mark + 2)));
     });
     return count;
