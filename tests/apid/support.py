@@ -9,12 +9,18 @@ import shlex
 import signal
 import socket
 import subprocess
+import tomllib
 import unittest
+from pathlib import Path
 
 COMMAND = shlex.split(os.environ["APID_COMMAND"])
 PLUGINS = os.environ["APID_PLUGINS"]
 TEST_PLUGIN = os.environ["APID_TEST_PLUGIN"]
 PATIENCE = 60  # seconds before a test gives up on the daemon
+DOCUMENTED = tomllib.loads((Path(__file__).resolve().parents[2] / "tools/vocabulary/schema/routes.toml")
+                           .read_text(encoding="utf-8"))["daemon"]
+STATUSES = ({int(status) for status in DOCUMENTED["refusals"]}
+            | {row["status"] for row in DOCUMENTED["results"].values()})
 
 
 def plugin(name):
@@ -83,6 +89,7 @@ def ask(connection, method, path, body=None, headers=None):
     connection.request(method, path, body, headers or {})
     reply = connection.getresponse()
     text = reply.read()
+    assert reply.status in STATUSES, f"clients are not told of the status {reply.status}"
     return reply.status, reply.headers, json.loads(text) if text else None
 
 
@@ -109,6 +116,7 @@ def replies(received):
         headers = dict(zip(names, (value for _, value in headers)))
         length = int(headers["content-length"])
         assert headers["content-type"] == "application/json" and len(received) >= length, (head, received)
+        assert int(status) in STATUSES, f"clients are not told of the status {status}"
         found.append((int(status), headers, json.loads(received[:length])))
         received = received[length:]
     return found

@@ -9,8 +9,6 @@ from json_schema import member_schema
 
 JSON = "application/json"
 REFUSED_VALUE = "SetFalse"
-ALWAYS = (400, 401, 403, 421)  # refusals that any request may meet
-OF_A_BODY = (413, 415)
 TEXTS = tomllib.loads((Path(__file__).resolve().parent / "routes.toml").read_text(encoding="utf-8"))
 
 
@@ -78,9 +76,8 @@ def _parameter(meaning, required):
 
 
 def _responses(route, chosen):
-    refusals = TEXTS["daemon"]["refusals"]
-    responses = {status: {"$ref": f"#/components/responses/{refusals[status]['name']}"}
-                 for status in map(str, ALWAYS + (OF_A_BODY if route.method == "post" else ()))}
+    responses = {status: {"$ref": f"#/components/responses/{refusal['name']}"}
+                 for status, refusal in TEXTS["daemon"]["refusals"].items() if refusal["of"] in ("any", route.method)}
     for result in route.results:
         known = TEXTS["daemon"]["results"][str(result)]
         answer = {"schema": _ref(f"{_type_name(route)}{'Reply' if result == 0 else 'Failure'}")}
