@@ -40,6 +40,11 @@ class Package(unittest.TestCase):
             with self.subTest(word):
                 self.assertIn("usage", run(self.aerolink, word, "--help").lower())
 
+    def test_prints_the_document_that_it_has(self):
+        kept = (self.root / "usr/share/aerolink/schema/openapi.yaml").read_text(encoding="utf-8")
+        self.assertIn("examples:", kept)
+        self.assertEqual(run(self.aerolink, "openapi"), kept)
+
     def test_depends_on_what_its_programs_load(self):
         """Every library of the system that a program of it needs belongs to a package that it depends on."""
         declared = set(re.findall(r"[a-z][a-z0-9.+-]+(?= |,|$)", re.sub(r"\([^)]*\)", "", self.field("Depends"))))

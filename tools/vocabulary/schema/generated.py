@@ -13,7 +13,8 @@ from routes import OF_A_MODEL, schema_name
 
 def files(plugin, cases):
     """Path in the tree to text. cases: the folder of recorded cases, for the examples."""
-    out = {"schema/openapi.yaml": openapi_text(plugin, cases)}
+    recorded = list(recorded_cases.read_calls(cases))
+    out = {"schema/openapi.yaml": openapi_text(openapi.document(*_of_routes(plugin), recorded))}
     for model in plugin.models:
         studies = {}
         for route in OF_A_MODEL:
@@ -25,16 +26,20 @@ def files(plugin, cases):
     return out
 
 
-def openapi_document(plugin, cases):
-    studied = [route_study.study(plugin, path) for path in plugin.routes]
-    recorded = list(recorded_cases.read_calls(cases)) if cases else []
-    return openapi.document(plugin.description["version"], plugin.meanings, studied, recorded)
+def openapi_document(plugin, kept):
+    """kept: the file of the document that has the examples."""
+    made = openapi.document(*_of_routes(plugin))
+    openapi.take_examples(made, openapi.from_yaml(kept.read_text(encoding="utf-8")))
+    return made
 
 
-def openapi_text(plugin, cases):
+def _of_routes(plugin):
+    return plugin.description["version"], plugin.meanings, [route_study.study(plugin, path) for path in plugin.routes]
+
+
+def openapi_text(document):
     return ("# SPDX-License-Identifier: Apache-2.0\n"
-            "# Made by `aerolink generate` from the plug-in itself; do not edit.\n"
-            + openapi.to_yaml(openapi_document(plugin, cases)))
+            "# Made by `aerolink generate` from the plug-in itself; do not edit.\n" + openapi.to_yaml(document))
 
 
 def schema_text(schema):

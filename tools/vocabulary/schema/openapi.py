@@ -12,7 +12,7 @@ REFUSED_VALUE = "SetFalse"
 TEXTS = tomllib.loads((Path(__file__).resolve().parent / "routes.toml").read_text(encoding="utf-8"))
 
 
-def document(version, meanings, routes, recorded):
+def document(version, meanings, routes, recorded=()):
     """routes: what route_study.study found, in order; recorded: the calls of the recorded cases, for examples; none:
     without."""
     calls = {f"{call.case} {call.number}": call for call in recorded}
@@ -32,6 +32,23 @@ def document(version, meanings, routes, recorded):
             "responses": {refusal["name"]: _refusal(refusal) for refusal in TEXTS["daemon"]["refusals"].values()},
         },
     }
+
+
+def take_examples(made, other):
+    """Gives the document the examples that another one has at the same places."""
+    places = dict(_media(made))
+    for place, media in _media(other):
+        if place in places and "examples" in media:
+            places[place]["examples"] = media["examples"]
+
+
+def _media(made):
+    for path, operations in made["paths"].items():
+        for method, operation in operations.items():
+            contents = {"request": operation.get("requestBody", {}), **operation["responses"]}
+            for name, content in contents.items():
+                if JSON in content.get("content", {}):
+                    yield (path, method, name), content["content"][JSON]
 
 
 # --- Operations
@@ -172,6 +189,12 @@ def _typed(kind):
 
 
 # --- YAML
+
+def from_yaml(text):
+    import yaml
+
+    return yaml.load(text, Loader=getattr(yaml, "CSafeLoader", yaml.SafeLoader))
+
 
 def to_yaml(value):
     """The document as YAML that reads well: texts of several lines as blocks."""
