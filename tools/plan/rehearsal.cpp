@@ -4,6 +4,7 @@
 
 #include "tools/plan/factory.h"
 #include "tools/plan/json.h"
+#include "tools/plan/plugin_file.h"
 
 #include <cstring>
 
@@ -42,8 +43,7 @@ private:
 } // namespace
 
 rehearsal::rehearsal(const std::string &plugin, const std::string &companion) : companion_(companion) {
-    if (const char *problem = stage_load(plugin.c_str()))
-        throw input_error(problem);
+    load_plugin(plugin);
     size_t count = 0;
     const stage_table *tables = stage_tables(&count);
     for (const stage_table &table : std::span(tables, count))

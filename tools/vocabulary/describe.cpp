@@ -6,6 +6,8 @@
 #include "tools/front/commands.h"
 #include "tools/front/places.h"
 #include "tools/plan/json.h"
+#include "tools/plan/plugin_file.h"
+#include "tools/plan/snapshot.h"
 #include "tools/vocabulary/keys.h"
 
 #include <cstdio>
@@ -123,8 +125,11 @@ int run_describe(int count, char **words) {
         plugin = words[2];
     else if (count != 1)
         return refuse("takes no words but --plugin FILE");
-    if (const char *problem = stage_load(plugin.c_str()))
-        return refuse(problem);
+    try {
+        plan::load_plugin(plugin);
+    } catch (const plan::input_error &problem) {
+        return refuse(problem.what());
+    }
     const json_owner all(json_object_new_object());
     add(all, "version", text(AEROLINK_VERSION));
     add(all, "routes", routes());

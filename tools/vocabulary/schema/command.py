@@ -24,7 +24,7 @@ def parser(word, description):
 
 
 def plugin_of(arguments):
-    return Plugin(["--plugin", arguments.plugin] if arguments.plugin else [])
+    return Plugin(["--plugin", arguments.plugin] if arguments.plugin is not None else [])
 
 
 def model_of(plugin, made, name):

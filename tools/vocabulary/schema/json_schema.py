@@ -27,8 +27,10 @@ def setting_schema(meaning, setting):
         schema |= limits(setting.min_bytes, setting.max_bytes)
         if setting.pattern:
             schema["pattern"] = setting.pattern
-    if setting.forbidden:
-        schema["not"] = {"pattern": char_class(setting.forbidden)}
+    forbidden = [char_class(setting.forbidden)] if setting.forbidden else []
+    forbidden += ["^" + char_class(setting.not_first)] if setting.not_first else []
+    if forbidden:
+        schema["not"] = {"pattern": "|".join(forbidden)}
     schema["examples"] = examples(meaning)
     if meaning.unit:
         schema["x-unit"] = meaning.unit

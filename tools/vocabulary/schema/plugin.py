@@ -99,7 +99,8 @@ class Plugin:
         except OSError as problem:
             raise Failed(f"{self.aerolink}: {problem.strerror}") from problem
         if done.returncode != 0:
-            raise Failed(f"aerolink {command[0]}: {done.stderr.strip() or done.returncode} {_first_error(done.stdout)}")
+            said = done.stderr.strip().removeprefix(f"aerolink {command[0]}: ")
+            raise Failed(said or _first_error(done.stdout) or f"aerolink {command[0]} ended with {done.returncode}")
         return done.stdout
 
 

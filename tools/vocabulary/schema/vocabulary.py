@@ -11,6 +11,7 @@ FOREIGN_WORD = "foreign"
 PROBES = ("", "x", "1234567", "12345678", "n" * 33, "k" * 63, "k" * 64, "300.1.1", "a.b.c.d", "10.0.0.300",
           "see 10.0.0.1", "file://x", "http://", "http://x", "://x", "http:// x", "an http://x")
 FILLERS = ("x", '"', "'", " ")  # a shell treats some characters specially, and a command has only so much room
+ASCII = [chr(code) for code in range(1, 128)]
 SERVICE_CODE = "ABCD12345678"
 USUAL_LIMIT = 511  # bytes, tried first
 LONGEST = 4096  # bytes tried
@@ -33,6 +34,7 @@ class Setting:
     max_bytes: int | None = None  # null: longer than was tried
     min_bytes: int = 0
     forbidden: str = ""       # characters that no value may have
+    not_first: str = ""       # further ones that it may not begin with
     first_time: str = "no"    # whether it is written while its option is unset: no, yes, unchecked
     written_anyway: bool = False  # whether a value that is answered as refused is written all the same
     after_full_read: list | None = None  # options once a full read has swapped the keys; null: no difference
@@ -79,8 +81,8 @@ class _Study:
         effective = {key: setting for key, setting in found.items() if setting.has_effect}
         self._find_words(effective)
         self._find_checks({key: setting for key, setting in effective.items() if not setting.words})
-        self._find_lengths({key: setting for key, setting in effective.items() if not setting.words})
         self._find_forbidden({key: setting for key, setting in effective.items() if not setting.words})
+        self._find_lengths({key: setting for key, setting in effective.items() if not setting.words})
         self._find_conditions(effective)
         return list(found.values())
 
@@ -140,11 +142,11 @@ class _Study:
         self.begin_with = {key: self.texts[key].example if setting.check else "" for key, setting in found.items()}
         for filler in FILLERS:
             # Nearly all are limited alike, and the other fillers rarely change a limit.
-            tried = {key: limits.get(key, USUAL_LIMIT) for key in found}
+            tried = {key: limits.get(key, USUAL_LIMIT) for key in found if filler not in found[key].forbidden}
             fits, = self._accepted([self._padded(tried, filler)])
             least = {key: len(self.texts[key].example) for key in tried if key not in fits}
             limits |= self._longest(least, tried, filler)
-            if not limits.keys() >= found.keys():
+            if filler == FILLERS[0]:
                 limits |= self._beyond_usual([key for key in tried if key in fits], filler)
         accepted = self._accepted([dict.fromkeys(found, "x" * length) for length in range(SHORTEST)])
         for key, setting in found.items():
@@ -177,6 +179,20 @@ class _Study:
             fits, = self._accepted([{key: self.texts[key].example + forbidden[0] for key in found}])
             for key in found.keys() - fits:
                 found[key].forbidden = forbidden
+        self._find_picky(found)
+
+    def _find_picky(self, found):
+        """A build may refuse what a shell treats specially; of such keys every character is asked."""
+        accepted = self._accepted([{key: self.texts[key].example + filler for key in found} for filler in FILLERS])
+        picky = {key: found[key] for key in found if any(key not in keys for keys in accepted)}
+        if not picky:
+            return
+        ends = self._accepted([{key: self.texts[key].example + c for key in picky} for c in ASCII])
+        starts = self._accepted([{key: c + self.texts[key].example for key in picky} for c in ASCII])
+        for key, setting in picky.items():
+            setting.forbidden = "".join(c for c, keys in zip(ASCII, ends) if key not in keys)
+            setting.not_first = "".join(c for c, keys in zip(ASCII, starts)
+                                        if key not in keys and c not in setting.forbidden)
 
     # --- Conditions
 
