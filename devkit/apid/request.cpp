@@ -35,6 +35,7 @@ struct request_reader::parser : http::request_parser<http::string_body> {
 namespace {
 
 constexpr size_t max_between_chunks = size_t{16} << 10; // a chunk's header, or the trailer
+constexpr std::string_view shortest_end = "0\r\n\r\n";   // of chunks
 
 std::string_view view(boost::beast::string_view text) { return {text.data(), text.size()}; }
 
@@ -189,7 +190,9 @@ request_reader::progress request_reader::read_body(std::string &input) {
     if (announces_too_much(
             request_.known.content_length.value_or(""))) // the parser would make room for all of it
         return refuse(refuse_size());
-    if (!parser_->is_done() && !input.empty()) {
+    // The parser asserts that no end is shorter, even when "0 CR LF" and "CR" are put one after the other.
+    const size_t least = parser_->chunked() ? shortest_end.size() : 1;
+    if (!parser_->is_done() && input.size() >= least) {
         boost::beast::error_code error;
         input.erase(0, parser_->put({input.data(), input.size()}, error));
         if (error == http::error::body_limit)

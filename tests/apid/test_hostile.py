@@ -2,6 +2,7 @@
 """Requests made to confuse: each is answered once, in JSON, at once, and nothing in it reaches a handler unseen."""
 
 import random
+import socket
 import time
 
 from support import DaemonTest, read_all, replies
@@ -225,6 +226,19 @@ class Accepted(DaemonTest):
             received = daemon.raw(sent * count)
             self.assertEqual([list(reply["response"]["request"]) for _, _, reply in replies(received)],
                              [[], [], ["smuggled"]] * count)
+
+    def test_pieces_that_are_read_apart(self):
+        """No piece is sent before the daemon has read the one before."""
+        daemon = self.daemon()
+        for start, body in ((GET, b"0\r\n\r\n"), (GET, b"0;x\r\n\r\n"), (GET, b"0\r\nX: y\r\n\r\n"),
+                            (POST, b"2\r\n{}\r\n0\r\n\r\n")):
+            with self.subTest(body=body), daemon.connect() as client:
+                client.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+                client.sendall(start + CHUNKED + b"Connection: close\r\n\r\n")
+                for byte in body:
+                    time.sleep(0.01)
+                    client.sendall(bytes([byte]))
+                self.assertEqual([status for status, _, _ in replies(read_all(client))], [200])
 
 
 class Mutations(DaemonTest):
