@@ -15,7 +15,6 @@
 
 struct zuci2_context {
     uci::store store;
-    std::vector<uci::kept_package> kept = {}; // read last first
 };
 
 namespace {
@@ -63,23 +62,25 @@ std::string joined(const std::vector<std::string> &values) {
     return text;
 }
 
-// The package as it is now; valid until the context is used again.
-uci::package &package_of(zuci2_context &ctx, const std::string &name) {
-    std::erase_if(ctx.kept, [](const uci::kept_package &each) { return !each.config; });
-    auto found = std::ranges::find(ctx.kept, name, [](const auto &each) { return each.content.name; });
-    if (found == ctx.kept.end()) {
-        if (ctx.kept.size() == most_kept)
-            ctx.kept.pop_back();
-        found = ctx.kept.emplace(ctx.kept.end());
+// The package as it is now; valid until the next call. What was read is kept by each thread for itself, so
+// that neither threads nor a child of this process wait for anybody; and beyond the context that it was read
+// with, most of which live for a few milliseconds.
+uci::package &package_of(const uci::store &store, const std::string &name) {
+    thread_local std::vector<uci::kept_package> kept; // used last first
+    std::erase_if(kept, [](const uci::kept_package &each) { return !each.config; });
+    auto found = std::ranges::find(kept, name, [](const auto &each) { return each.content.name; });
+    if (found == kept.end()) {
+        if (kept.size() == most_kept)
+            kept.pop_back();
+        found = kept.emplace(kept.end());
     }
-    std::rotate(ctx.kept.begin(), found, found + 1);
-    uci::kept_package &kept = ctx.kept.front();
-    ctx.store.refresh(name, kept);
-    return kept.content;
+    std::rotate(kept.begin(), found, found + 1);
+    store.refresh(name, kept.front());
+    return kept.front().content;
 }
 
-std::string value_of(zuci2_context &ctx, const uci::path &where) {
-    uci::section *section = package_of(ctx, where.package).find(where.section);
+std::string value_of(const uci::store &store, const uci::path &where) {
+    uci::section *section = package_of(store, where.package).find(where.section);
     const uci::option *option = section == nullptr ? nullptr : section->find(where.option);
     if (option == nullptr)
         throw uci::not_found();
@@ -99,7 +100,7 @@ zuci2_context *zuci2_init() {
 int zuci2_get(zuci2_context *ctx, const char *path, char *buffer) {
     if (buffer == nullptr)
         return failure;
-    return guarded(ctx, path, [&] { copy_cut(value_of(*ctx, parse_plain_path(path)), buffer); });
+    return guarded(ctx, path, [&] { copy_cut(value_of(ctx->store, parse_plain_path(path)), buffer); });
 }
 
 int zuci2_set(zuci2_context *ctx, const char *path, const char *value) {
@@ -127,7 +128,7 @@ int zuci2_section_count(zuci2_context *ctx, const char *type) {
         const size_t mark = text.find(".@");
         if (mark == std::string_view::npos)
             return;
-        const uci::package &content = package_of(*ctx, std::string(text.substr(0, mark)));
+        const uci::package &content = package_of(ctx->store, std::string(text.substr(0, mark)));
         count = static_cast<int>(content.count(text.substr(mark + 2)));
     });
     return count;

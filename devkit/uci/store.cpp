@@ -183,7 +183,7 @@ bool concerns(const change &recorded, const change &wanted) {
 
 // A file larger than any device's is read anew each time, so that little memory is taken.
 bool is_worth_keeping(const std::optional<file_stamp> &of) {
-    constexpr off_t largest = 1 << 20;
+    constexpr off_t largest = 256 << 10;
     return !of || (of->size <= largest && of->is_settled());
 }
 
@@ -219,10 +219,9 @@ package store::load(const std::string &name) const {
 }
 
 void store::refresh(const std::string &name, kept_package &kept) const {
-    // The stamps are taken before the files are read: who writes without a lock makes them older than what is
-    // kept, never newer.
-    const file config_lock = lock_folder(folders_.config, file::access::shared);
-    const std::optional<file> delta_lock = lock_folder_if_there(folders_.delta, file::access::shared);
+    // The stamps are taken before the files are read: who writes without this lock, or from another
+    // configuration folder into the same delta, makes them older than what is kept, never newer.
+    const file lock = lock_folder(folders_.config, file::access::shared);
     const std::optional<file_stamp> config = stamp_of(folders_.config + "/" + name);
     const std::optional<file_stamp> delta = stamp_of(folders_.delta + "/" + name);
     if (config && kept.content.name == name && kept.config == config && kept.delta == delta)
