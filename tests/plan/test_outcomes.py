@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """What a plan says of each key: a table of requests, and what must be said of the keys in them."""
+import re
 import unittest
 
 from support import factory, plan, stream
@@ -22,6 +23,15 @@ def one_interface(model):
     head, _, rest = device["uci"].partition("config wifi-iface\n")
     device["uci"] = head + "config wifi-iface 'guest2g'\n" + rest
     return device
+
+
+def lacking(model, package, **changes):
+    """A device whose configuration lacks a package."""
+    device = factory(model, **changes)
+    packages = re.split(r"^(?=package )", device["uci"], flags=re.MULTILINE)
+    kept = [text for text in packages if not text.startswith(f"package {package}\n")]
+    assert len(kept) == len(packages) - 1, package
+    return device | {"uci": "".join(kept)}
 
 
 CHANNEL = "\toption channel '6'\n"
@@ -69,6 +79,23 @@ TABLE = [
     (one_interface("plover"), "batch_set", {"2g_ssid": "a", "guest_2g_ssid": "b"}, "2g_ssid", "ignored", "overridden",
      "guest_2g_ssid overwrites it"),
     (one_interface("plover"), "batch_set", {"2g_ssid": "a", "guest_2g_ssid": "a"}, "2g_ssid", "changed", None, ""),
+    # --- Of a configuration that lacks something
+    (lacking("heron", "wireless"), "batch_set", {"2g_ssid": "x"}, "2g_ssid", "ignored", "unset",
+     "there is no package wireless"),
+    (lacking("plover", "wireless", **REPEATER), "batch_set", {"2g_channel": "6"}, "2g_channel", "ignored", "repeater",
+     "and there is no package wireless"),
+    (lacking("heron", "wireless"), SET_CONFIG, {"2g_ssid": "x"}, "2g_ssid", "ignored", "unset",
+     "there is no package wireless"),
+    (lacking("heron", "network"), "batch_set", {"wan_proto": "dhcp"}, "wan_proto", "ignored", "unset",
+     "there is no package network"),
+    (lacking("heron", "zuconfig"), "/router/bind_info", {"username": "x"}, "username", "ignored", "unset",
+     "there is no package zuconfig"),
+    (without("heron", "config wifi-iface 'guest2g'\n"), "batch_set", {"guest_2g_disable": "1"}, "guest_2g_disable",
+     "ignored", "unset", "wireless has no section guest2g"),
+    (lacking("heron", "wireless"), SET_CONFIG, {"probe_json": "0"}, "probe_json", "ignored", "never", "never writes it"),
+    (lacking("generic-dual", "wireless"), "batch_set", {"5g_ssid": "x"}, "5g_ssid", "unknown", "other",
+     "not with this configuration: there is no package wireless"),
+    (lacking("plover", "wireless"), "batch_set", {"5g_ssid": "x"}, "5g_ssid", "unknown", "other", "not on this model"),
     # --- Unknown
     ("heron", "batch_set", {"hostnam": "x"}, "hostnam", "unknown", "other", "hostname"),
     ("heron", "batch_set", {"2g_encryption": "psk2"}, "2g_encryption", "unknown", "other", "2g_encrytion"),

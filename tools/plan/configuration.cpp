@@ -107,6 +107,11 @@ void configuration::fill(const std::string &path, const std::string &value) {
     own.now.current = own.now.committed = filled;
 }
 
+void configuration::put_package(const uci::package &content) {
+    state &now = slots_[slot_of(content.name)].now;
+    now.current = now.committed = std::make_shared<uci::package>(content);
+}
+
 void configuration::create_package(const std::string &name) {
     state &now = slots_[slot_of(name)].now;
     if (!now.current)
@@ -150,6 +155,15 @@ std::string configuration::resolve(const std::string &path) {
     const uci::section *section = section_of(known);
     const std::string name = section != nullptr ? section->name : known.where.section;
     return known.where.package + "." + name + (known.where.option.empty() ? "" : "." + known.where.option);
+}
+
+std::string configuration::lack_of(const std::string &path) {
+    const known_path &known = know(path);
+    if (!known.valid || section_of(known) != nullptr)
+        return "";
+    if (!slots_[known.package].now.current)
+        return "there is no package " + known.where.package;
+    return known.where.package + " has no section " + known.where.section;
 }
 
 text_table<known_path>::value_type &configuration::entry_of(std::string_view path) {

@@ -58,6 +58,9 @@ public:
     // Gives the option a value in both states, creating its section; for rehearsing on another device.
     void fill(const std::string &path, const std::string &value);
 
+    // Gives the package this content in both states.
+    void put_package(const uci::package &content);
+
     // Makes the package exist, empty, where it does not.
     void create_package(const std::string &name);
 
@@ -72,6 +75,10 @@ public:
 
     // The option's own name, the same for every path that leads to it; "" for a path that leads nowhere.
     std::string resolve(const std::string &path);
+
+    // What keeps the option from being written, the package or the section that is missing, in words; "" for
+    // nothing.
+    std::string lack_of(const std::string &path);
 
     // What the option holds now, recorded or committed; a list's values joined by a space.
     std::optional<std::string> value(const std::string &path);

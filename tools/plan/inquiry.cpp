@@ -98,6 +98,26 @@ bool inquiry::has_effect(const std::string &key, const std::string &text, const 
     return has_effect(key, with(key, value.get()).get(), other);
 }
 
+bool inquiry::would_be_asked_for(const std::string &key, const variation &other) {
+    play(request_, other);
+    return std::ranges::any_of(stage_.asked_for(), [&](const char *name) { return key == name; });
+}
+
+std::string inquiry::lack_of(const std::string &key, json_object *request, const variation &other) {
+    play(request, other);
+    const bool has_row = is_attributed(key);
+    std::vector<std::string> written;
+    for (const stage_effect &each : stage_.effects())
+        if (each.kind == stage_set &&
+            (has_row ? each.key != nullptr && key == each.key : each.key == nullptr))
+            written.emplace_back(each.subject);
+    play(request, {});
+    for (const std::string &path : written)
+        if (std::string lack = stage_.options().lack_of(path); !lack.empty())
+            return lack;
+    return "";
+}
+
 std::vector<std::string> inquiry::effective_keys(json_object *request) {
     play(request, {});
     std::vector<std::string> keys;

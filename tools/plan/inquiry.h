@@ -42,6 +42,12 @@ public:
     bool has_effect(const std::string &key, json_object *request, const variation &other = {});
     bool has_effect(const std::string &key, const std::string &text, const variation &other = {});
 
+    // Whether the route would look at the member on another device.
+    bool would_be_asked_for(const std::string &key, const variation &other);
+
+    // What this device lacks of what the key would write to on the other one, in words; "" for nothing.
+    std::string lack_of(const std::string &key, json_object *request, const variation &other);
+
     // The keys of this request whose rows have effects.
     std::vector<std::string> effective_keys(json_object *request);
 

@@ -59,10 +59,23 @@ bool holds_a_batch(const inquiry &asked, json_object *value) {
     return false;
 }
 
-key_outcome unknown(const inquiry &asked, const std::string &key, json_object *given) {
+// What a device of this model lacks, of which one fresh from the factory has the key; "" for nothing.
+std::string missing_for(inquiry &asked, const std::string &key, json_object *given) {
+    variation factory;
+    factory.factory = true;
+    const json_owner good = acceptable(key, given);
+    return asked.would_be_asked_for(key, factory)
+               ? asked.lack_of(key, asked.with(key, good.get()).get(), factory)
+               : "";
+}
+
+key_outcome unknown(inquiry &asked, const std::string &key, json_object *given) {
     if (holds_a_batch(asked, given))
         return row_of(key, outcome::unknown, reason::other, "there is a batch inside: send that alone");
     const bool elsewhere = vocabulary::find_key(key) != nullptr;
+    if (elsewhere)
+        if (const std::string missing = missing_for(asked, key, given); !missing.empty())
+            return row_of(key, outcome::unknown, reason::other, "not with this configuration: " + missing);
     const std::string meant = elsewhere ? "" : nearest(key, asked.known_keys());
     return row_of(key, outcome::unknown, reason::other,
                   elsewhere ? "not on this model, by this route" : "there is no such key", meant);

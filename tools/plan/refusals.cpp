@@ -63,8 +63,14 @@ key_outcome ignored(inquiry &asked, const std::string &key, json_object *good) {
         filled.filled.emplace_back(row->uci_path);
         paths += (paths.empty() ? "" : ", ") + std::string(row->uci_path);
     }
+    // What the options lack to be written on the device.
+    const auto lack = [&](const variation &other) {
+        const json_owner request = good != nullptr ? asked.with(key, good) : asked.without({});
+        const std::string missing = asked.lack_of(key, request.get(), other);
+        return missing.empty() ? paths + " holds nothing yet" : missing;
+    };
     if (!filled.filled.empty() && would(filled))
-        return because(reason::unset, paths + " holds nothing yet");
+        return because(reason::unset, lack(filled));
     if (asked.device().repeater) {
         variation repeater_down;
         repeater_down.repeater_down = true;
@@ -72,8 +78,7 @@ key_outcome ignored(inquiry &asked, const std::string &key, json_object *good) {
             return because(reason::repeater, "never while the repeater is connected");
         filled.repeater_down = true;
         if (would(filled))
-            return because(reason::repeater,
-                           "never while the repeater is connected, and " + paths + " holds nothing yet");
+            return because(reason::repeater, "never while the repeater is connected, and " + lack(filled));
     }
     const int result = asked.made().result;
     if (result == missing_parameter)
@@ -90,6 +95,9 @@ key_outcome ignored(inquiry &asked, const std::string &key, json_object *good) {
     }
     if (!others.empty() && asked.has_effect(key, asked.without(others).get()))
         return because(reason::overridden, "another key of this request overwrites it");
+    filled.factory = filled.repeater_down = true;
+    if (would(filled))
+        return because(reason::unset, lack(filled));
     const bool has_row = !asked.rows_of(key).empty();
     return because(has_row ? reason::never : reason::other,
                    has_row ? "this route never writes it on this model" : "nothing comes of it here and now");

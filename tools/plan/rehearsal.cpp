@@ -95,6 +95,14 @@ void rehearsal::set_device(const snapshot &device) {
     stage_mark();
 }
 
+const std::vector<uci::package> &rehearsal::factory_packages() {
+    const auto [known, is_new] = factory_packages_.try_emplace(device_->model);
+    if (is_new)
+        if (std::optional<snapshot> fresh = from_factory(device_->model))
+            known->second = std::move(fresh->packages);
+    return known->second;
+}
+
 void rehearsal::vary(const variation &other) {
     const bool up = device_->repeater && !other.repeater_down;
     stage_set_repeater(&repeater_up, up ? 1 : 0);
@@ -102,6 +110,9 @@ void rehearsal::vary(const variation &other) {
         facts_.internet = device_->internet || other.internet_up;
         stage_set_device(&facts_);
     }
+    if (other.factory)
+        for (const uci::package &each : factory_packages())
+            options_.put_package(each);
     for (const std::string &path : other.filled)
         options_.fill(path, filling);
 }

@@ -8,6 +8,7 @@
 #include "tools/plan/snapshot.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,6 +22,7 @@ namespace plan {
 struct variation {
     bool repeater_down = false;
     bool internet_up = false;
+    bool factory = false;            // configured as its model leaves the factory, where that is known
     std::vector<std::string> filled; // these options hold something
 
     auto operator<=>(const variation &) const = default;
@@ -59,10 +61,12 @@ public:
 private:
     void put_files(const snapshot &device);
     void vary(const variation &other);
+    const std::vector<uci::package> &factory_packages();
 
     configuration options_;
     companion_plugin companion_;
     const snapshot *device_ = nullptr;
+    std::map<std::string, std::vector<uci::package>> factory_packages_; // of the models that were asked for
     stage_device facts_{};
     std::vector<const char *> asked_for_;
 };
