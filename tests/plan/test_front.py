@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """The front door: its help, its version, and the programs that it runs for other words."""
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -64,6 +65,27 @@ class Helpers(unittest.TestCase):
         self.assertIn("  beside ", text)
         self.assertNotIn("text ", text.partition("Commands:")[2].partition("help ")[0])
         self.assertEqual(run("help", "beside", program=self.program).stdout.split()[-1], "--help")
+
+    def test_help_says_what_each_does(self):
+        lines = dict(re.findall(r"^  ([a-z-]+)  +(.*)$", run("help").stdout, re.MULTILINE))
+        self.assertLessEqual({"plan", "check", "export", "snapshot", "describe", "keys", "schema", "openapi", "generate",
+                              "fleet", "fleet-sample", "console", "help"}, set(lines))
+        for word, summary in lines.items():
+            with self.subTest(word):
+                self.assertRegex(summary, r"^[a-z].{10,}[^.\"]$")
+                self.assertLessEqual(len(summary), 80)
+
+    def test_a_summary_is_the_helpers_own(self):
+        for name, text in (("said", '#!/bin/sh\n# aerolink said: does it all. And more.\n'),
+                           ("late", "#!/bin/sh\n\n\n\n\n\n# aerolink late: is not looked for here.\n"),
+                           ("other", "#!/bin/sh\n# aerolink others: are not this one.\n"),
+                           ("program", "\x7fELF\0\0\0")):
+            (self.folder / f"bin/aerolink-{name}").write_text(text, encoding="ascii")
+            (self.folder / f"bin/aerolink-{name}").chmod(0o755)
+        text = run("help", program=self.program).stdout
+        self.assertRegex(text, r"\n  said +does it all\n")
+        for name in ("late", "other", "program"):
+            self.assertRegex(text, rf"\n  {name} +\(see aerolink {name} --help\)\n")
 
     def test_through_a_link(self):
         self.add("bin/aerolink-beside")

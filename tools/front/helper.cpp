@@ -8,6 +8,7 @@
 #include <array>
 #include <cctype>
 #include <cstdlib>
+#include <fstream>
 
 #include <unistd.h>
 
@@ -16,6 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view prefix = "aerolink-";
+constexpr int lines_to_search = 5;
 
 // Beside the program, as in a build folder, and where an installation keeps them.
 std::array<fs::path, 2> helper_folders() {
@@ -33,19 +35,33 @@ bool is_word(std::string_view text) {
 
 bool is_program(const fs::path &path) { return access(path.c_str(), X_OK) == 0 && !fs::is_directory(path); }
 
+// Of a script: a program that is none says nothing in its first lines.
+std::string summary_of(const fs::path &program, const std::string &word) {
+    const std::string heading = "aerolink " + word + ": ";
+    std::ifstream file(program);
+    std::string line;
+    for (int count = 0; count < lines_to_search && std::getline(file, line); ++count)
+        if (const size_t at = line.find(heading); at != std::string::npos) {
+            const std::string summary = line.substr(at + heading.size());
+            return summary.substr(0, summary.find('.'));
+        }
+    return "";
+}
+
 } // namespace
 
-std::set<std::string> helper_words() {
-    std::set<std::string> words;
+std::map<std::string, std::string> helper_summaries() {
+    std::map<std::string, std::string> summaries;
     for (const fs::path &folder : helper_folders()) {
         std::error_code failure;
         for (const fs::directory_entry &entry : fs::directory_iterator(folder, failure)) {
             const std::string name = entry.path().filename();
-            if (name.starts_with(prefix) && is_word(name.substr(prefix.size())) && is_program(entry.path()))
-                words.insert(name.substr(prefix.size()));
+            const std::string word = name.substr(std::min(prefix.size(), name.size()));
+            if (name.starts_with(prefix) && is_word(word) && is_program(entry.path()))
+                summaries.emplace(word, summary_of(entry.path(), word));
         }
     }
-    return words;
+    return summaries;
 }
 
 void become_helper(char **words) {

@@ -13,6 +13,10 @@ int show_version() {
     return exit_fine;
 }
 
+void show_command(FILE *out, const std::string &word, const std::string &summary) {
+    std::fprintf(out, "  %-12s  %s\n", word.c_str(), summary.c_str());
+}
+
 void show_usage(FILE *out) {
     std::fputs("usage: aerolink COMMAND [ARGUMENT]...\n"
                "\n"
@@ -20,11 +24,11 @@ void show_usage(FILE *out) {
                "\n",
                out);
     for (const command &each : own_commands())
-        std::fprintf(out, "  %-9s %s\n", each.word, each.summary);
-    for (const std::string &word : helper_words())
-        std::fprintf(out, "  %-9s (see aerolink %s --help)\n", word.c_str(), word.c_str());
-    std::fputs("  help      this text, or with the name of a command what it takes\n"
-               "\n"
+        show_command(out, each.word, each.summary);
+    for (const auto &[word, summary] : helper_summaries())
+        show_command(out, word, summary.empty() ? "(see aerolink " + word + " --help)" : summary);
+    show_command(out, "help", "prints this text, or with the name of a command what it takes");
+    std::fputs("\n"
                "For any other WORD the program aerolink-WORD is run.\n",
                out);
 }

@@ -17,8 +17,10 @@ class Parser(argparse.ArgumentParser):
         sys.exit(1)
 
 
-def parser(word, description):
-    made = Parser(prog=f"aerolink {word}", description=description)
+def parser(summary, more=""):
+    """summary: the docstring of a program, "aerolink WORD: what it does."; the front door reads it there too."""
+    program, _, does = summary.partition(": ")
+    made = Parser(prog=program, description=f"{does[0].upper()}{does[1:]} {more}")
     made.add_argument("--plugin", metavar="FILE", help="another build of the plug-in")
     return made
 
