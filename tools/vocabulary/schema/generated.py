@@ -2,28 +2,36 @@
 """The files that are made from the plug-in and kept in the tree."""
 import json
 
+import blocks
 import json_schema
 import openapi
 import pages
 import recorded_cases
 import route_study
 import vocabulary
-from routes import OF_A_MODEL, schema_name
+from routes import OF_A_MODEL, READ_BY, schema_name
 
 
-def files(plugin, cases):
-    """Path in the tree to text. cases: the folder of recorded cases, for the examples."""
-    recorded = list(recorded_cases.read_calls(cases))
+# The documents that have blocks.
+DOCUMENTS = ("docs/api.md", "docs/batch.md")
+
+
+def files(plugin, tree):
+    """Path in the tree to text. The examples are of the tree's recorded cases."""
+    recorded = list(recorded_cases.read_calls(tree / "tests/recorded/cases"))
+    all_studies = {}
     out = {"schema/openapi.yaml": openapi_text(openapi.document(*_of_routes(plugin), recorded))}
     for model in plugin.models:
-        studies = {}
+        studies = all_studies[model] = {}
         for route in OF_A_MODEL:
             settings = vocabulary.settings(plugin, model, route)
-            studies[route] = settings, vocabulary.ending(plugin, model, route)
+            studies[route] = (settings, vocabulary.ending(plugin, model, route),
+                              vocabulary.reading(plugin, model, READ_BY[route]))
             schema = json_schema.request_schema(plugin.meanings, model, route, settings)
             out[f"schema/{schema_name(model, route)}"] = schema_text(schema)
         out[f"docs/models/{model}.md"] = pages.page(model, plugin.meanings, studies)
-    return out
+    made = blocks.of_routes(plugin) | blocks.of_models(all_studies)
+    return out | {path: blocks.renewed((tree / path).read_text(encoding="utf-8"), made) for path in DOCUMENTS}
 
 
 def openapi_document(plugin, kept):

@@ -1,9 +1,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """A page for each model: what a push may hold and what it does there."""
+import itertools
 import re
 import textwrap
 
 from routes import PUSH, schema_name
+from vocabulary import AS_SENT, IN_ANOTHER_FORM
 
 HEAD = ("<!-- SPDX-License-Identifier: Apache-2.0 -->\n"
         "<!-- Made by `aerolink generate` from the plug-in itself; do not edit. -->\n")
@@ -13,15 +15,15 @@ FIRST_TIME = {"no": "left alone", "yes": "written", "unchecked": "written unchec
 
 
 def page(model, meanings, studies):
-    """studies: route to (settings, plan of an empty request), the push first."""
+    """studies: route to (settings, what every request does, the route that reads them), the push first."""
     parts = [HEAD, f"# {model}\n", _wrap(
         f"What a {model} takes, found out by rehearsing requests with the plug-in on a device fresh from the factory "
         "whose options are all set. What holds for all models is in [batch.md](../batch.md). The same for machines: "
         + " and ".join(f"[{route}](../../schema/{schema_name(model, route)})" for route in studies) + ".")]
     checks = _named_checks(studies)
-    for route, (settings, empty) in studies.items():
+    for route, (settings, empty, reading) in studies.items():
         parts += [f"## {'A cloud push' if route == PUSH else 'White-label'}: {route}\n",
-                  _table(meanings, settings, checks), *_notes(settings), _ending(empty)]
+                  _table(meanings, settings, checks), *_notes(settings), _ending(empty), *_reading(settings, reading)]
     parts.append(_checks(checks))
     return "\n".join(part for part in parts if part)
 
@@ -59,7 +61,7 @@ def _while_unset(setting):
 
 def _named_checks(studies):
     """Pattern to a letter."""
-    patterns = dict.fromkeys(setting.check for settings, _ in studies.values() for setting in settings
+    patterns = dict.fromkeys(setting.check for settings, _, _ in studies.values() for setting in settings
                              if setting.check and not LENGTH.match(setting.check))
     return {pattern: f"check {chr(ord('A') + index)}" for index, pattern in enumerate(patterns)}
 
@@ -75,13 +77,48 @@ def _checks(checks):
 
 def _notes(settings):
     yield _list("Looked at, and without effect:", [f"`{s.key}`" for s in settings if not s.has_effect])
+    yield _list("Refused values are not answered:", [f"`{s.key}`" for s in settings if s.silent])
     yield _list("Refused values are written all the same:", [f"`{s.key}`" for s in settings if s.written_anyway])
     yield _bullets("While the repeater uplink is up:", [
         f"`{s.key}`: {'still written: ' + _code(s.repeater) if s.repeater else 'not written'}"
         for s in settings if s.repeater is not None])
-    yield _bullets("Other effects:", [f"`{s.key}`: {_code(s.effects)}" for s in settings if s.effects])
+    yield _bullets("Done otherwise than by writing the value as it was sent:", [
+        item for s in settings for item in _by_value(s)])
+    yield _bullets("Other effects:", [f"`{s.key}`: {_code(s.effects)}"
+                                      for s in settings if s.effects and not s.by_value])
     yield _bullets("After the first full read of the process:", [
         f"`{s.key}`: {_code(s.after_full_read)}" for s in settings if s.after_full_read is not None])
+
+
+def _by_value(setting):
+    for values, texts in setting.by_value:
+        of = f" {', '.join(value or 'an empty text' for value in values)}" if values else ""
+        done = [_assignment(text) + (f" ({times} times)" if times > 1 else "")
+                for text, times in ((text, len(list(same))) for text, same in itertools.groupby(texts))]
+        yield f"`{setting.key}`{of}: {', '.join(done) or 'nothing'}"
+
+
+def _assignment(text):
+    """The option as code, and what it becomes behind it."""
+    option, _, rest = text.partition(" ")
+    if rest in (AS_SENT, IN_ANOTHER_FORM, "="):
+        return f"`{option}` {'emptied' if rest == '=' else rest}"
+    return f"`{text}`"
+
+
+def _reading(settings, reading):
+    """What a read of all settings reports, and does not."""
+    effective = [setting.key for setting in settings if setting.has_effect]
+    left_out = [f"`{key}`" for key in effective if key not in reading.reported]
+    further = [f"`{key}`" for key in reading.reported if key not in effective]
+    yield _wrap(f"{reading.path} reports all of these when none is named"
+                + (f", but {', '.join(left_out)}" if left_out else "") + "."
+                + (f" It reports {', '.join(further)} too." if further else ""))
+    by_value = {}
+    for key, value in reading.while_unset.items():
+        by_value.setdefault(value, []).append(f"`{key}`")
+    yield _bullets("While they are unset, only these are reported:", [
+        f'as "{value}": {", ".join(keys)}' for value, keys in by_value.items()])
 
 
 def _ending(empty):

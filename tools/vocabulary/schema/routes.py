@@ -2,6 +2,7 @@
 """The routes by what their requests carry."""
 PUSH, PROVISIONING = "/cloud/aerolink/batch_set", "/whiteboard/set_config"
 OF_A_MODEL = (PUSH, PROVISIONING)  # what they take depends on the model
+READ_BY = {PUSH: "/cloud/aerolink/batch_get", PROVISIONING: "/whiteboard/get_config"}
 
 
 def path_of(plugin, name):

@@ -29,6 +29,7 @@ class Setting:
     key: str
     uci: list = field(default_factory=list)      # options that it changes, in order of writing
     effects: list = field(default_factory=list)  # all else that it causes, "{value}" standing for the value
+    by_value: list = field(default_factory=list)  # (values, what they do) where that is not plain; see _by_value
     check: str | None = None  # pattern of the batch tables that a value must match
     words: tuple = ()         # all that are taken; empty: any text
     max_bytes: int | None = None  # null: longer than was tried
@@ -36,6 +37,7 @@ class Setting:
     forbidden: str = ""       # characters that no value may have
     not_first: str = ""       # further ones that it may not begin with
     first_time: str = "no"    # whether it is written while its option is unset: no, yes, unchecked
+    silent: bool = False      # whether a value that fails the check, or is none of the words, goes unanswered
     written_anyway: bool = False  # whether a value that is answered as refused is written all the same
     after_full_read: list | None = None  # options once a full read has swapped the keys; null: no difference
     repeater: list | None = None  # options still written while the repeater uplink is up; null: no difference
@@ -101,10 +103,13 @@ class _Study:
                  for value in dict.fromkeys((self.texts[key].example, self.texts[key].other, *self.texts[key].words))]
         nothing, *plans = self._plans([(self.filled, {})] + [(self.filled, {key: value}) for key, value in plays])
         for key, setting in found.items():
+            words = self.texts[key].words
             own = [(value, _beyond(nothing, plan)) for (played, value), plan in zip(plays, plans) if played == key]
             options = [[effect["path"] for effect in effects if effect["kind"] == "set"] for _, effects in own]
             setting.uci = _unique(path for paths in sorted(options, key=len, reverse=True) for path in paths)
             setting.effects = _others(own)
+            own.sort(key=lambda play: words.index(play[0]) if words else 0)
+            setting.by_value = _by_value(own, self.texts[key].secret)
 
     # --- Values
 
@@ -207,6 +212,7 @@ class _Study:
                      ("swapped", self.swapped, good))}
         for key, setting in found.items():
             written = {name: _written(by_key[key]) for name, by_key in plans.items()}
+            setting.silent = bool(setting.check or setting.words) and key not in plans["refused"][key]["response"]
             setting.written_anyway = key in plans["refused"][key]["response"] and bool(written["refused"])
             if written["unset"] or (not setting.uci and is_accepted(plans["unset"][key], key)):
                 is_checked = setting.check is None or not is_accepted(plans["unset, refused"][key], key)
@@ -263,6 +269,31 @@ def _others(plays):
     return _unique(out)
 
 
+AS_SENT, IN_ANOTHER_FORM = "as sent", "in another form"
+
+
+def _by_value(plays, is_secret):
+    """[(values, texts)]: what (value, effects) pairs come to, those together that come to the same; empty where all only
+    write the value as it was sent. No values stand for any."""
+    found = {}
+    for value, effects in plays:
+        found.setdefault(tuple(_outcome(effect, value, is_secret) for effect in effects), []).append(value)
+    if len(found) > 1:
+        return [(values, list(texts)) for texts, values in found.items()]
+    [texts] = found
+    is_plain = all(text.endswith(AS_SENT) for effect, text in zip(plays[0][1], texts) if effect["kind"] == "set")
+    return [] if is_plain else [([], list(texts))]
+
+
+def _outcome(effect, value, is_secret):
+    if effect["kind"] != "set":
+        text = _text(effect)
+        return text.replace(value, "{value}") if len(value) > 1 else text
+    if effect["value"] == value:
+        return f"{effect['path']} {AS_SENT}"
+    return f"{effect['path']} {IN_ANOTHER_FORM if is_secret and effect['value'] else '= ' + effect['value']}".rstrip()
+
+
 def _text(effect):
     subject = next((effect[name] for name in ("path", "package", "command", "file", "interface") if name in effect), "")
     assignment = f" {effect['parameter']}={effect['value']}" if effect["kind"] == "iwpriv" else ""
@@ -280,6 +311,19 @@ def _refused_by(check):
 
 def _unique(items):
     return list(dict.fromkeys(items))
+
+
+@dataclass
+class Reading:
+    """What a route that reads settings reports when all are asked for."""
+    path: str
+    reported: list   # of a device whose options are all set
+    while_unset: dict  # key to value, of one whose options are all unset
+
+
+def reading(plugin, model, route):
+    full, bare = plugin.rehearse([(device, route, {}) for device in (plugin.filled(model), plugin.empty(model))])
+    return Reading(route, list(full["response"]), bare["response"])
 
 
 def ending(plugin, model, route):
