@@ -3,13 +3,11 @@
 #include "devkit/apid/trace.h"
 
 #include "devkit/apid/json.h"
+#include "devkit/time_text.h"
 
-#include <array>
 #include <cstdio>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace apid::trace {
@@ -19,16 +17,6 @@ namespace {
 constexpr off_t max_file = off_t{8} << 20;
 
 std::string kept_in;
-
-std::string time_text() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    tm utc{};
-    gmtime_r(&now.tv_sec, &utc);
-    std::array<char, sizeof "2026-01-01T00:00:00"> seconds{};
-    strftime(seconds.data(), seconds.size(), "%FT%T", &utc);
-    return std::string(seconds.data()) + '.' + std::to_string(1'000'000 + now.tv_usec).substr(1) + 'Z';
-}
 
 void append(const std::string &line) {
     struct stat facts {};

@@ -2,29 +2,16 @@
 // Writes the router's journal.
 #include "devkit/router/journal.h"
 
+#include "devkit/time_text.h"
+
 #include <fcntl.h>
-#include <sys/time.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
-#include <ctime>
 #include <string_view>
 
 namespace {
 
 constexpr const char *journal_path = "/var/log/journal";
-
-std::string time_text() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    tm utc{};
-    gmtime_r(&now.tv_sec, &utc);
-    std::array<char, sizeof "2026-01-01T00:00:00"> seconds{};
-    strftime(seconds.data(), seconds.size(), "%FT%T", &utc);
-    const std::string microseconds = std::to_string(1'000'000 + now.tv_usec).substr(1);
-    return std::string(seconds.data()) + '.' + microseconds + 'Z';
-}
 
 bool is_plain(std::string_view text) {
     constexpr std::string_view plain =

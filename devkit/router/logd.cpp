@@ -5,18 +5,18 @@
 //
 // A line: "2026-01-31T12:00:00.123456Z daemon.info apid[40]: text". Control characters stand as in "^[". FILE
 // is put aside as FILE.old when it has grown to 4 MiB.
+#include "devkit/time_text.h"
+
 #include <array>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <string>
 #include <string_view>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -67,14 +67,6 @@ int open_log(const char *path) {
         connect(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         fail(path);
     return descriptor;
-}
-
-std::string time_text(const timeval &time) {
-    tm utc{};
-    gmtime_r(&time.tv_sec, &utc);
-    std::array<char, sizeof "2026-01-01T00:00:00"> seconds{};
-    strftime(seconds.data(), seconds.size(), "%FT%T", &utc);
-    return std::string(seconds.data()) + '.' + std::to_string(1'000'000 + time.tv_usec).substr(1) + 'Z';
 }
 
 // Takes "<30>" from the front; what has none is user.notice.
