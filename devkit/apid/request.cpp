@@ -35,7 +35,7 @@ struct request_reader::parser : http::request_parser<http::string_body> {
 namespace {
 
 constexpr size_t max_between_chunks = size_t{16} << 10; // a chunk's header, or the trailer
-constexpr std::string_view shortest_end = "0\r\n\r\n";   // of chunks
+constexpr std::string_view shortest_end = "0\r\n\r\n";  // of chunks
 
 std::string_view view(boost::beast::string_view text) { return {text.data(), text.size()}; }
 
