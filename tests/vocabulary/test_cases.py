@@ -8,6 +8,9 @@ from openapi_document import TREE, Document
 OTHER_TYPE = "shows what becomes of members of other types; a client sends the type that is asked for"
 NULL = "shows that a member that is null counts as absent; a client leaves it out"
 NO_QUERY = "shows that a request is ignored that no query can make"
+# What the document says then, and nothing else.
+SAYS = {OTHER_TYPE: r"is not of type '", NULL: r"^\$\.\w+: None is not of type '|^\$: None is not of type '",
+        NO_QUERY: r"^no query makes this request$"}
 # Cases with requests that the document refuses, and why they are recorded all the same.
 REFUSED = {
     "batch/falcon/named_read_before_and_after": OTHER_TYPE,
@@ -60,6 +63,8 @@ class RecordedCases(unittest.TestCase):
                 refused.add(call.case)
                 with self.subTest(str(call)):
                     self.assertIn(call.case, REFUSED, errors)
+                    for error in errors:
+                        self.assertRegex(error, SAYS[REFUSED[call.case]])
         self.assertEqual(set(REFUSED) - refused, set(), "nothing of these is refused")
 
     def test_lack_a_member_where_the_result_says_so(self):

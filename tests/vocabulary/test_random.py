@@ -15,7 +15,7 @@ from vocabulary import is_accepted
 SCHEMAS = Path(__file__).resolve().parents[2] / "schema"
 ROUTES = {"batch_set": "/cloud/aerolink/batch_set", "set_config": "/whiteboard/set_config"}
 VALUES = int(os.environ.get("VOCABULARY_VALUES", "1000"))  # of each key, route and model
-EXPLAINED = 3  # of these, values whose outcome the planner explains; for keys that no row of a table accounts for too
+EXPLAINED = 3  # further values whose outcome the planner explains
 SEED = int(os.environ.get("VOCABULARY_SEED", "20261121"))
 
 PIECES = ("1", "0", "300", "255", "10.0.0.1", "192.168.1.1", ".", "http://", "https://x", "ftp://", "://", " ", "\t",
@@ -77,10 +77,13 @@ def is_unset_by_another(plan, key, schema):
 INTENDED = {"set", "delete", "system", "exec", "fork", "iwpriv"}
 
 
-def taken(plan):
-    """The keys whose value has an effect of its row and is not answered as refused."""
-    return {effect["key"] for effect in plan["effects"]
-            if "key" in effect and effect["kind"] in INTENDED and not effect.get("failed")} - plan["response"].keys()
+def taken(plan, request):
+    """The keys whose value has an effect of its row, or is a line of a file, and is not answered as refused."""
+    by_row = {effect["key"] for effect in plan["effects"]
+              if "key" in effect and effect["kind"] in INTENDED and not effect.get("failed")}
+    files = [effect["content"] for effect in plan["effects"] if effect["kind"] == "write"]
+    in_file = {key for key, text in request.items() if any(f"{key}={text}\n" in content for content in files)}
+    return (by_row | in_file) - plan["response"].keys()
 
 
 class RandomValues(unittest.TestCase):
@@ -99,8 +102,7 @@ class RandomValues(unittest.TestCase):
         for model in plugin.models:
             schema = json.loads((SCHEMAS / f"{model}.{name}.json").read_text(encoding="utf-8"))
             effective = {key: row for key, row in schema["properties"].items() if row["x-uci"] or row["x-effects"]}
-            with_row = {key: row for key, row in effective.items() if row["x-uci"] or key == "reboot_flag"}
-            compared += self.compare(plugin, chance, (model, ROUTES[name]), with_row, VALUES)
+            compared += self.compare(plugin, chance, (model, ROUTES[name]), effective, VALUES)
             self.compare(plugin, chance, (model, ROUTES[name]), effective, EXPLAINED)
         self.assertGreater(compared, VALUES * len(plugin.models) * 10)
 
@@ -112,7 +114,7 @@ class RandomValues(unittest.TestCase):
         explained = count == EXPLAINED
         plans = plugin.rehearse([(device, route, request) for request in requests], with_keys=explained)
         for request, plan in zip(requests, plans):
-            accepted = {key for key in request if is_accepted(plan, key)} if explained else taken(plan)
+            accepted = {key for key in request if is_accepted(plan, key)} if explained else taken(plan, request)
             for key, text in request.items():
                 if key not in accepted and checks[key].accepts(text):
                     self.fail(f"seed {SEED}, {model} {route}: {key} = {text!r} is refused, the schema accepts it")
