@@ -5,8 +5,10 @@ import re
 from openapi import TEXTS
 from routes import PROVISIONING, PUSH
 
+# What a member is, by the kind that the table of keys gives.
+TYPES = {"text": "string", "boolean": "boolean", "any": "any", "keys": "array of strings"}
 BEGIN, END = "<!-- Made by `aerolink generate`: {} -->", "<!-- End of what is made -->"
-BLOCK = re.compile("(" + re.escape(BEGIN).replace(r"\{\}", "(?P<name>[a-z]+)") + r"\n).*?(?=" + re.escape(END) + ")",
+BLOCK = re.compile("(" + re.escape(BEGIN).replace(r"\{\}", "(?P<name>[a-z]+(?: of /[a-z/_]+)?)") + r"\n).*?(?=" + re.escape(END) + ")",
                    re.DOTALL)
 
 
@@ -15,18 +17,36 @@ def renewed(text, blocks):
     return BLOCK.sub(lambda found: f"{found[1]}\n{blocks[found['name']]}\n", text)
 
 
-def of_routes(plugin):
-    """The overview of the routes, and what the daemon makes of results and refuses."""
+def of_routes(plugin, studied):
+    """The overview of the routes, what each takes and answers, and what the daemon makes of results and refuses;
+    studied: what route_study.study found of each."""
     daemon = TEXTS["daemon"]
     rows = [(f"[{path}](#{_anchor(method, path)})", method.upper(), TEXTS[path]["summary"])
             for path, method in plugin.routes.items()]
-    return {
+    return _members(plugin, studied) | {
         "routes": _table(("route", "method", "purpose"), rows),
         "results": _table(("result", "HTTP status", "meaning"), [
             (result, str(row["status"]), row["description"]) for result, row in daemon["results"].items()]),
         "refusals": _table(("status", "because"), [
             (status, row["description"]) for status, row in daemon["refusals"].items()]),
     }
+
+
+def _members(plugin, studied):
+    found = {}
+    for route in studied:
+        described = TEXTS[route.path].get("response", {})
+        found[f"request of {route.path}"] = _table(("request member", "type", "means"), [
+            (f'"{key}"', TYPES[plugin.meanings[key].kind], _meaning(plugin.meanings[key], route)) for key in route.members])
+        found[f"response of {route.path}"] = _table(("response member", "type", "means"), [
+            (f'"{key}"', kind, described[key]) for key, kind in route.response.items() if key in described])
+    return found
+
+
+def _meaning(meaning, route):
+    required = "**Required.** " if meaning.name in route.required else ""
+    words = f" Zones: {', '.join(meaning.words)}." if meaning.name in route.closed else ""
+    return required + meaning.description + words
 
 
 def of_models(studies):

@@ -20,7 +20,8 @@ def files(plugin, tree):
     """Path in the tree to text. The examples are of the tree's recorded cases."""
     recorded = list(recorded_cases.read_calls(tree / "tests/recorded/cases"))
     all_studies = {}
-    out = {"schema/openapi.yaml": openapi_text(openapi.document(*_of_routes(plugin), recorded))}
+    studied = _of_routes(plugin)
+    out = {"schema/openapi.yaml": openapi_text(openapi.document(*studied, recorded))}
     for model in plugin.models:
         studies = all_studies[model] = {}
         for route in OF_A_MODEL:
@@ -30,7 +31,7 @@ def files(plugin, tree):
             schema = json_schema.request_schema(plugin.meanings, model, route, settings)
             out[f"schema/{schema_name(model, route)}"] = schema_text(schema)
         out[f"docs/models/{model}.md"] = pages.page(model, plugin.meanings, studies)
-    made = blocks.of_routes(plugin) | blocks.of_models(all_studies)
+    made = blocks.of_routes(plugin, studied[-1]) | blocks.of_models(all_studies)
     return out | {path: blocks.renewed((tree / path).read_text(encoding="utf-8"), made) for path in DOCUMENTS}
 
 
