@@ -1,6 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Whether the OpenAPI document is one, and says what routes and daemon do."""
+import os
+import tempfile
 import unittest
+from pathlib import Path
+from unittest import mock
 
 import npm
 from openapi_document import FILE, Document
@@ -33,6 +37,21 @@ class TheDocument(unittest.TestCase):
                 if schema != {"$ref": "#/components/schemas/Refusal"}:
                     with self.subTest(f"{method} {path} {status}"):
                         self.assertIn("examples", self.document.media(operation, status))
+
+
+class Node(unittest.TestCase):
+    def test_one_that_is_too_old_is_passed_over(self):
+        with tempfile.TemporaryDirectory() as folder:
+            old = Path(folder) / "node"
+            old.write_text("#!/bin/sh\necho v16.20.2\n", encoding="ascii")
+            old.chmod(0o755)
+            with mock.patch.dict(os.environ, PATH=folder):
+                try:
+                    found = npm.environment.__wrapped__()["PATH"].partition(":")[0]
+                except AssertionError as problem:
+                    self.assertIn(f"{old} is v16.20.2", str(problem))
+                else:
+                    self.assertEqual(found, "/usr/bin")
 
 
 if __name__ == "__main__":
