@@ -8,6 +8,7 @@
 #include "tests/fuzz/requests.h"
 #include "tests/fuzz/texts.h"
 #include "tests/fuzz/world.h"
+#include "tools/vocabulary/keys.h"
 
 #include <cstring>
 #include <string>
@@ -164,6 +165,12 @@ void call_function(fuzz::bytes &input) {
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     const char *wrong = stage_load(FUZZ_PLUGIN);
     fuzz::expect(wrong == nullptr, "the plug-in can be loaded", wrong ? wrong : "");
+    stage_set_listener(
+        [](void *, const char *member) {
+            fuzz::expect(vocabulary::find_key(member) != nullptr,
+                         "the table of keys has what a request is asked for", member);
+        },
+        nullptr);
     stage_mark();
     return 0;
 }
