@@ -275,9 +275,12 @@ AS_SENT, IN_ANOTHER_FORM = "as sent", "in another form"
 def _by_value(plays, is_secret):
     """[(values, texts)]: what (value, effects) pairs come to, those together that come to the same; empty where all only
     write the value as it was sent. No values stand for any."""
+    derived = {effect["path"] for value, effects in plays for effect in effects
+               if effect["kind"] == "set" and effect["value"] != value}
     found = {}
     for value, effects in plays:
-        found.setdefault(tuple(_outcome(effect, value, is_secret) for effect in effects), []).append(value)
+        texts = (_outcome(effect, value, derived, is_secret) for effect in effects)
+        found.setdefault(tuple(texts), []).append(value)
     if len(found) > 1:
         return [(values, list(texts)) for texts, values in found.items()]
     [texts] = found
@@ -285,11 +288,12 @@ def _by_value(plays, is_secret):
     return [] if is_plain else [([], list(texts))]
 
 
-def _outcome(effect, value, is_secret):
+def _outcome(effect, value, derived, is_secret):
+    """derived: the options that do not get every value as it was sent."""
     if effect["kind"] != "set":
         text = _text(effect)
         return text.replace(value, "{value}") if len(value) > 1 else text
-    if effect["value"] == value:
+    if effect["path"] not in derived:
         return f"{effect['path']} {AS_SENT}"
     return f"{effect['path']} {IN_ANOTHER_FORM if is_secret and effect['value'] else '= ' + effect['value']}".rstrip()
 
