@@ -255,7 +255,7 @@ int match(const char *pattern, const char *text) {
     if (!pattern || !text || !rewrite(pattern, translated))
         return -1;
     regex_t compiled;
-    if (regcomp(&compiled, translated.text, REG_EXTENDED | REG_NEWLINE) != 0)
+    if (regcomp(&compiled, translated.text, REG_EXTENDED | REG_NEWLINE | REG_NOSUB) != 0)
         return -1;
     const int result = regexec(&compiled, text, 0, nullptr, 0);
     regfree(&compiled);
