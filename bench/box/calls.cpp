@@ -35,6 +35,8 @@ bool is_recording = false;
 int depth = 0; // of calls: one within another is the platform's own
 std::map<const zuci2_context *, zuci2_context *> contexts; // by the one that was recorded
 calls::pattern_cost patterns;
+auto compiled_how = calls::compilation::as_asked;
+std::map<std::string, regex_t> kept_patterns;
 
 class within {
 public:
@@ -115,6 +117,8 @@ std::vector<call> recorded(const std::function<void()> &work) {
 }
 
 pattern_cost take_pattern_cost() { return std::exchange(patterns, {}); }
+
+void compile_patterns(compilation how) { compiled_how = how; }
 
 } // namespace calls
 
@@ -242,8 +246,16 @@ int custom_api_dispatcher(const char * /*path*/, json_object * /*request*/, json
 
 int regcomp(regex_t *compiled, const char *pattern, int flags) {
     static auto *const real = next<decltype(regcomp)>("regcomp");
+    if (const auto kept = kept_patterns.find(pattern);
+        compiled_how == calls::compilation::once && kept != kept_patterns.end()) {
+        *compiled = kept->second;
+        return 0;
+    }
     const double start = wall_seconds();
-    const int result = real(compiled, pattern, flags);
+    const bool groups = compiled_how == calls::compilation::with_groups;
+    const int result = real(compiled, pattern, groups ? flags & ~REG_NOSUB : flags);
+    if (compiled_how == calls::compilation::once && result == 0)
+        kept_patterns.emplace(pattern, *compiled);
     patterns.compiled += wall_seconds() - start;
     ++patterns.count;
     return result;
@@ -259,6 +271,8 @@ int regexec(const regex_t *compiled, const char *text, size_t count, regmatch_t 
 
 void regfree(regex_t *compiled) {
     static auto *const real = next<decltype(regfree)>("regfree");
+    if (compiled_how == calls::compilation::once)
+        return;
     const double start = wall_seconds();
     real(compiled);
     patterns.compiled += wall_seconds() - start;

@@ -33,4 +33,9 @@ struct pattern_cost {
 };
 pattern_cost take_pattern_cost();
 
+// How patterns are compiled: as the plug-in asks for it; with what is needed to tell where groups matched; or
+// once, and kept from then on.
+enum class compilation { as_asked, with_groups, once };
+void compile_patterns(compilation how);
+
 } // namespace calls

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr char usage[] = "usage: bench_box push ROUNDS CONTENDER... <REQUESTS, a JSON object a line\n"
+                         "       bench_box patterns ROUNDS <REQUESTS\n"
                          "       bench_box read ROUNDS\n"
                          "       bench_box http ROUNDS PORT REQUESTS PATH...\n";
 
@@ -22,6 +23,9 @@ int measure(const std::vector<std::string> &words) {
     if (what == "push" && words.size() > 2) {
         for (std::string line; std::getline(std::cin, line);)
             measure_push(rounds, {words.begin() + 2, words.end()}, line);
+    } else if (what == "patterns" && words.size() == 2) {
+        for (std::string line; std::getline(std::cin, line);)
+            measure_patterns(rounds, line);
     } else if (what == "read" && words.size() == 2) {
         measure_read(rounds);
     } else if (what == "http" && words.size() > 4) {

@@ -166,3 +166,29 @@ void measure_read(int rounds) {
                      {"show", [] { run("uci show >/dev/null"); }}},
                     [] {});
 }
+
+void measure_patterns(int rounds, const std::string &request_text) {
+    constexpr int pushes = 20;
+    const json request(json_tokener_parse(request_text.c_str()));
+    auto *const check = reinterpret_cast<decltype(regex_exe) *>(exported<void>("regex_exe"));
+    std::vector<std::pair<const char *, const char *>> checked;
+    const auto *table = exported<batch_entry>("batch_list_ardea");
+    for (const batch_entry &row : std::span(table, std::extent_v<decltype(batch_list_ardea)>))
+        if (const char *value = zjson_get_string(request.get(), row.json_key);
+            row.pattern != nullptr && value)
+            checked.emplace_back(row.pattern, value);
+    const auto check_all = [&](calls::compilation how) {
+        calls::compile_patterns(how);
+        for (int push = 0; push < pushes; ++push)
+            for (const auto &[pattern, value] : checked)
+                if (check(pattern, value) != 1)
+                    throw std::runtime_error(std::string(value) + " is refused");
+    };
+    std::printf("checks patterns %d %zu\n", pushes, checked.size());
+    measure_in_turn("patterns", rounds,
+                    {{"as_asked", [&] { check_all(calls::compilation::as_asked); }},
+                     {"with_groups", [&] { check_all(calls::compilation::with_groups); }},
+                     {"once", [&] { check_all(calls::compilation::once); }}},
+                    [] {});
+    calls::compile_patterns(calls::compilation::as_asked);
+}

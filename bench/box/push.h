@@ -14,3 +14,7 @@ void measure_push(int rounds, const std::set<std::string> &wanted, const std::st
 
 // Contenders of the case "read": "plugin", "command", the one that it must run, and "show", `uci show`.
 void measure_read(int rounds);
+
+// The checks of the request's values alone, as many pushes would make them ("checks patterns PUSHES
+// CHECKS_OF_A_PUSH"). Contenders of the case "patterns": "as_asked", "with_groups", "once".
+void measure_patterns(int rounds, const std::string &request);
