@@ -63,12 +63,12 @@ class Happens(unittest.TestCase):
     def setUpClass(cls):
         cls.tested = TestedRouter(MODEL)
         cls.addClassCleanup(cls.tested.stop)
-        cls.held = {}  # examples that the router was held to, with how many members its requests had
+        cls.held = {}  # examples that the router was held to, with the number of members of each request
 
     @classmethod
     def tearDownClass(cls):
-        members = list(cls.held.values())
-        print(f"{MODEL}: {len(members)} examples, {sum(members)} members of requests")
+        members = [count for counts in cls.held.values() for count in counts]
+        print(f"{MODEL}: {len(cls.held)} examples, {len(members)} requests with {sum(members)} members")
         if sum(members) < EXAMPLES:
             raise AssertionError("the requests asked for next to nothing")
 
@@ -121,7 +121,7 @@ class Happens(unittest.TestCase):
         seen = self.tested.observe()
         for request in requests:
             seen = self.check(request, seen)
-        self.held[repr(example)] = sum(len(request.members) for request in requests)
+        self.held[repr(example)] = [len(request.members) for request in requests]
 
 
 if __name__ == "__main__":
