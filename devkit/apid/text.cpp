@@ -46,28 +46,6 @@ bool fits(std::string_view text, const utf8_form &form) {
     return true;
 }
 
-// Bytes of the character that the text begins with; 0 when it is not well-formed.
-size_t character_length(std::string_view text) {
-    if (within(text[0], 0x00, 0x7F))
-        return 1;
-    for (const utf8_form &form : multibyte_forms)
-        if (fits(text, form))
-            return form.length;
-    return 0;
-}
-
-// Bytes up to the first one that is no part of well-formed UTF-8.
-size_t well_formed_length(std::string_view text) {
-    size_t at = 0;
-    while (at < text.size()) {
-        const size_t length = character_length(text.substr(at));
-        if (length == 0)
-            break;
-        at += length;
-    }
-    return at;
-}
-
 size_t count_digits(std::string_view text) {
     const auto *const end =
         std::find_if_not(text.begin(), text.end(), [](char c) { return within(c, '0', '9'); });
@@ -111,15 +89,38 @@ size_t plain_length(std::string_view text) {
     return length < text.size() && is_in_number(text[length]) ? 0 : length;
 }
 
+// Bytes of an escape that the text begins with, as far as it is to be looked at; 0 when it stands for NUL.
+size_t escape_length(std::string_view text, bool takes_nul) {
+    return !takes_nul && text.starts_with("\\u0000") ? 0 : 2;
+}
+
 } // namespace
 
-bool is_utf8(std::string_view text) { return well_formed_length(text) == text.size(); }
+size_t utf8_character(std::string_view text) {
+    if (text.empty())
+        return 0;
+    if (within(text[0], 0x00, 0x7F))
+        return 1;
+    for (const utf8_form &form : multibyte_forms)
+        if (fits(text, form))
+            return form.length;
+    return 0;
+}
+
+size_t utf8_length(std::string_view text) {
+    size_t at = 0;
+    while (const size_t length = utf8_character(text.substr(at)))
+        at += length;
+    return at;
+}
+
+bool is_utf8(std::string_view text) { return utf8_length(text) == text.size(); }
 
 std::string repair_utf8(std::string_view text) {
     std::string repaired;
     repaired.reserve(text.size());
     for (;;) {
-        const size_t good = well_formed_length(text);
+        const size_t good = utf8_length(text);
         repaired.append(text.substr(0, good));
         if (good == text.size())
             return repaired;
@@ -153,25 +154,24 @@ bool equal_ignoring_case(std::string_view a, std::string_view b) {
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
-bool is_plain_json(std::string_view text) {
+size_t plain_json_length(std::string_view text, bool takes_nul) {
     bool in_string = false;
     for (size_t at = 0; at < text.size();) {
         const std::string_view rest = text.substr(at);
         size_t length = 1;
-        if (rest[0] == '"') {
+        if (rest[0] == '"')
             in_string = !in_string;
-        } else if (rest[0] == '\\') {
-            length = rest.starts_with("\\u0000") ? 0 : 2; // the escaped character is not looked at
-        } else if (in_string) {
+        else if (rest[0] == '\\')
+            length = escape_length(rest, takes_nul);
+        else if (in_string)
             length = within(rest[0], 0x00, 0x1F) ? 0 : 1;
-        } else {
+        else
             length = plain_length(rest);
-        }
         if (length == 0)
-            return false;
+            return at;
         at += length;
     }
-    return true;
+    return text.size();
 }
 
 } // namespace apid

@@ -8,6 +8,12 @@
 
 namespace apid {
 
+// Bytes of the UTF-8 character that the text begins with; 0 when it begins with none.
+size_t utf8_character(std::string_view text);
+
+// Bytes up to the first one that is no part of well-formed UTF-8.
+size_t utf8_length(std::string_view text);
+
 bool is_utf8(std::string_view text);
 
 // The text with U+FFFD for every byte that is no part of well-formed UTF-8.
@@ -24,9 +30,12 @@ std::string decode_percent(std::string_view text);
 // Without regard to the case of ASCII letters.
 bool equal_ignoring_case(std::string_view a, std::string_view b);
 
-// For text that json-c takes in strict mode: whether it is also free of what json-c still lets pass (NaN,
-// Infinity, 'quoted' strings, "1." or "-01" for a number, raw control characters in a string) and of NUL
-// characters, which would end the text early for a handler.
-bool is_plain_json(std::string_view text);
+// For text that json-c takes in strict mode: bytes up to the first one that only json-c lets pass (NaN,
+// Infinity, 'quoted' strings, "1." or "-01" for a number, raw control characters in a string), or the escape
+// of a NUL character, which would end the text early for a handler. The text's own size when all of it is
+// plain.
+size_t plain_json_length(std::string_view text, bool takes_nul = false);
+
+inline bool is_plain_json(std::string_view text) { return plain_json_length(text) == text.size(); }
 
 } // namespace apid

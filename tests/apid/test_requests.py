@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """How a request is read: paths, methods, queries, bodies, and what is malformed."""
 
+from bodies import NOT_AN_OBJECT
 from support import DaemonTest
 
 JSON = {"Content-Type": "application/json"}
@@ -109,24 +110,8 @@ class Bodies(DaemonTest):
                 self.assertEqual((status, reply), (200, {"result": 0, "response": {"request": request}}))
 
     def test_not_an_object(self):
-        cases = [
-            "", " ", "null", "[]", "[{}]", '"{}"', "1", "true", "x", "{", "}",
-            '{"a"', '{"a":', '{"a":1', '{"a":1]',
-            "{}{}", "{} {}", "{}x", "{}\0", "\0{}", "{\0}", "{},", "\ufeff{}".encode(),
-            "{} // end", "/* a */ {}",
-            '{"a":1,}', "{,}", '{"a":[1,]}', '{"a":1 2}', '{"a" 1}',
-            "{'a':1}", '{"a":\'b\'}', "{a:1}", '{"a":True}', '{"a":nul}',
-            '{"a":NaN}', '{"a":Infinity}', '{"a":-Infinity}',
-            '{"a":01}', '{"a":-01}', '{"a":-}', '{"a":-x}', '{"a":--1}', '{"a":-.5}', '{"a":-1.}', '{"a":[-00]}',
-            '{"a":1e}', '{"a":1e+}', '{"a":1e5.5}', '{"a":1.5.5}', '{"a":1-1}', '{"a":0e01x}', '{"a":00.1}',
-            '{"a":-0x1}', '{"a":nan}', '{"a":infinity}',
-            '{"a":1.}', '{"a":1.e5}', '{"a":.5}', '{"a":+1}', '{"a":0x10}',
-            '{"a":"\x01"}', '{"a":"\n"}', '{"a\t":1}', '{"a":"\\x"}', '{"a":"\\u12"}',
-            '{"a":"\\u0000"}', '{"a\\u0000":1}', '{"a":"\\\\\\u0000"}', '{"a":"\0"}',
-            b'{"a":"\xff"}', b'{"\xc3":1}', b'{"a":"\xed\xa0\x80"}', b'{"a":"\xc0\x80"}', b"{\xa0}",
-        ]
         daemon = self.daemon()
-        for body in cases:
+        for body in NOT_AN_OBJECT:
             with self.subTest(body=body):
                 self.assertEqual(daemon.post("/test/echo_post", body)[::2],
                                  (400, {"error": "the body is not a JSON object"}))

@@ -8,6 +8,7 @@ import threading
 import time
 import unittest
 
+from bodies import NOT_AN_OBJECT
 from support import AEROLINK, OPTIONS, factory, models, outcomes, plan, run, stream
 
 LINES = 2000  # enough for a leak of a few hundred bytes a device to show
@@ -74,7 +75,10 @@ class BadLines(unittest.TestCase):
         (b'{"model": "heron", "route": "nosuch"}', "there is no route nosuch"),
         (b'{"model": "heron", "route": 1}', '"route" must be a string'),
         (b'{"model": "h\xffn"}', "column "),
-        (b"[" * 100000, "column 33: nesting too deep"),
+        (b"[" * 100000, "column 35: nesting too deep"),
+        (b'{"model": "heron", "repeater": NaN}', "column 32: JSON has no number of this name"),
+        (b"{'model': 1}", "column 2: JSON has strings in double quotes only"),
+        (b'\xef\xbb\xbf{"model": "heron"}', "column 1: a byte order mark before the JSON"),
         (b'{"model": "heron", "x": ' + b'{"a":' * 40 + b"1" + b"}" * 41, "nesting too deep"),
     ]
 
@@ -94,6 +98,17 @@ class BadLines(unittest.TestCase):
     def test_the_device_is_named(self):
         plans, _ = stream([{"id": "ap-17"}, {"id": 3, "model": "submarine"}], "{}")
         self.assertEqual([made["id"] for made in plans], ["ap-17", 3])
+
+    def test_a_request_of_a_line_is_what_the_daemon_takes(self):
+        deepest = {"hostname": 1}
+        for _ in range(31):
+            deepest = {"hostname": deepest}
+        lines = [{"model": "heron", "request": request} for request in
+                 ({"hostname": "a\0b"}, {"hostname": ["x", {"a": "\0"}]}, {"hostname": deepest}, deepest)]
+        plans, done = stream(lines)
+        self.assertEqual(["must not hold a NUL" in made.get("error", "") for made in plans], [True, True, False, False])
+        self.assertEqual(["nesting too deep" in made.get("error", "") for made in plans], [False, False, True, False])
+        self.assertEqual(done.returncode, 1)
 
     def test_a_request_must_be_there(self):
         plans, _ = stream([{"model": "heron"}, {"model": "heron", "request": []}])
@@ -132,8 +147,23 @@ class Use(unittest.TestCase):
         self.refused("there is no route nosuch; there are", "plan", "--route", "nosuch", "{}")
         self.refused("cannot be both", "plan", "--stream", "-")
         self.refused("cannot be both", "plan", "--device", "-", "-")
-        self.refused("nosuch.so", "plan", "--plugin", "/nosuch.so", "{}")
+        if not OPTIONS:  # they name a plug-in
+            self.refused("nosuch.so", "plan", "--plugin", "/nosuch.so", "{}")
         self.refused("what is x?", "snapshot", "x")
+        self.refused("--nosuch is no option here; see aerolink plan --help", "plan", "--nosuch", "{}")
+        self.refused("--model needs a value", "snapshot", "--model")
+        self.refused("--all-models is no option here", "export", "--all-models")
+
+    def test_an_option_that_says_nothing_or_twice(self):
+        for word in ("plan", "check"):
+            for name in ("--model", "--device", "--route"):
+                self.refused(f"{name} is empty", word, name, "", "{}")
+                self.refused(f"{name} is empty", word, f"{name}=", "{}")
+        self.refused("--device is empty", "snapshot", "--device", "")
+        self.refused("--model is empty", "export", "--model", "")
+        self.refused("--plugin is empty", "export", "--model", "heron", "--plugin", "")
+        self.refused("--model stands there twice", "plan", "--model", "heron", "--model", "finch", "{}")
+        self.refused("--route stands there twice", "check", "--route", "batch_set", "--route", "set_config", "{}")
 
     def test_wrong_requests(self):
         self.refused("nosuch.json: No such file", "plan", "nosuch.json")
@@ -141,6 +171,20 @@ class Use(unittest.TestCase):
         self.refused("the request: column 15: ", "plan", '{"2g_ssid": "}')
         self.refused("-: line 2, column 1: ", "plan", "-", stdin='{\n!}\n')
         self.refused("-: a request is a JSON object", "plan", "-", stdin='"x"')
+        self.refused("the request is empty", "plan", "")
+        self.refused("/etc: Is a directory", "plan", "/etc")
+        self.refused("-: larger than the 1048576 bytes that the daemon takes", "plan", "-",
+                     stdin='{"hostname": "' + "x" * (1 << 20) + '"}')
+
+    def test_a_request_is_what_the_daemon_takes(self):
+        """The same bodies as in the daemon's own test."""
+        for body in NOT_AN_OBJECT:
+            with self.subTest(body=body):
+                done = run("check", "--model", "heron", "-", stdin=body if isinstance(body, bytes) else body.encode())
+                self.assertEqual((done.returncode, done.stdout), (1, b""), done)
+                self.assertTrue(done.stderr.startswith(b"aerolink check: -: "), done.stderr)
+        for body in ('{"hostname": 1e5}', '{"hostname": -0.5}', '{"hostname": "\\\\u0000"}', ' {"hostname": "x"}\r\n'):
+            self.assertEqual(run("check", "--model", "heron", "-", stdin=body).returncode, 0, body)
 
     def test_a_request_from_a_file_or_standard_input(self):
         expected = plan({"2g_ssid": "x"})

@@ -2,6 +2,7 @@
 // The batch that gives a device its settings back.
 #include "tools/export/settings_export.h"
 
+#include "devkit/apid/text.h"
 #include "plugin/aerolink.h"
 #include "tools/plan/plan.h"
 #include "tools/vocabulary/keys.h"
@@ -60,16 +61,6 @@ json_owner everything(size_t round) {
                                json_object_new_string(samples[round % samples.size()].c_str()));
     }
     return result;
-}
-
-bool is_utf8(std::string_view text) {
-    while (!text.empty()) {
-        const size_t length = utf8_length(text);
-        if (length == 0)
-            return false;
-        text.remove_prefix(length);
-    }
-    return true;
 }
 
 std::string list_of(const std::vector<std::string> &paths) {
@@ -161,7 +152,7 @@ std::optional<std::string> value_for(bench &tried, const setting &each) {
         if (tried.options().is_list(path))
             return std::nullopt;
     for (const std::string &candidate : candidates)
-        if (is_utf8(candidate) && tried.is_quiet(object_of(each.key, candidate).get()) &&
+        if (apid::is_utf8(candidate) && tried.is_quiet(object_of(each.key, candidate).get()) &&
             brings_back(tried, each, candidate))
             return candidate;
     return std::nullopt;
@@ -237,7 +228,7 @@ public:
         }
         if (!stored)
             return "it is not set here, and no push takes it away again";
-        if (!is_utf8(*stored))
+        if (!apid::is_utf8(*stored))
             return "its value is no UTF-8 text, which JSON cannot hold";
         return why_not_sent(each, path, *stored);
     }

@@ -2,6 +2,8 @@
 // JSON in and out.
 #include "tools/plan/json.h"
 
+#include "devkit/apid/json.h"
+#include "devkit/apid/text.h"
 #include "tools/plan/snapshot.h"
 
 #include <algorithm>
@@ -13,19 +15,17 @@ namespace plan {
 
 namespace {
 
-constexpr std::string_view replacement_character = "\xef\xbf\xbd";
-
 struct tokener_release {
     void operator()(json_tokener *tokener) const { json_tokener_free(tokener); }
 };
 
-// "line 3, column 7: reason"; a text of one line has no line to be named.
+// "line 3, column 7: reason"; a text without line ends has no line to be named.
 std::string complaint(std::string_view text, size_t at, const std::string &reason) {
     at = std::min(at, text.size());
     const std::string_view before = text.substr(0, at);
     const size_t line = static_cast<size_t>(std::ranges::count(before, '\n')) + 1;
     const size_t column = at - (before.rfind('\n') + 1) + 1;
-    const bool one_line = text.find('\n') >= text.size() - 1;
+    const bool one_line = text.find('\n') == std::string_view::npos;
     return (one_line ? "" : "line " + std::to_string(line) + ", ") + "column " + std::to_string(column) +
            ": " + reason;
 }
@@ -35,24 +35,33 @@ size_t skip_blanks(std::string_view text, size_t at) {
     return found == std::string_view::npos ? text.size() : found;
 }
 
-// The smallest and largest second byte, and the length, of characters that begin with these bytes.
-struct utf8_row {
-    unsigned char first, last, second_least, second_most;
-    size_t length;
-};
-constexpr std::array<utf8_row, 9> utf8_rows{{{0x00, 0x7f, 0, 0, 1},
-                                             {0xc2, 0xdf, 0x80, 0xbf, 2},
-                                             {0xe0, 0xe0, 0xa0, 0xbf, 3},
-                                             {0xe1, 0xec, 0x80, 0xbf, 3},
-                                             {0xed, 0xed, 0x80, 0x9f, 3},
-                                             {0xee, 0xef, 0x80, 0xbf, 3},
-                                             {0xf0, 0xf0, 0x90, 0xbf, 4},
-                                             {0xf1, 0xf3, 0x80, 0xbf, 4},
-                                             {0xf4, 0xf4, 0x80, 0x8f, 4}}};
-
 constexpr std::string_view replacement = "\xef\xbf\xbd"; // U+FFFD
+constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 
-bool is_continuation(char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80; }
+// What only json-c takes for JSON, in words.
+std::string reason_of(std::string_view rest) {
+    if (rest.starts_with('\''))
+        return "JSON has strings in double quotes only";
+    if (rest.starts_with('N') || rest.starts_with('I'))
+        return "JSON has no number of this name";
+    if (rest.starts_with('\\'))
+        return "a NUL character";
+    return static_cast<unsigned char>(rest[0]) < 0x20 ? "a control character in a string"
+                                                      : "JSON has no such number";
+}
+
+void expect_plain(std::string_view text, size_t end, bool takes_nul) {
+    const size_t plain = apid::plain_json_length(text.substr(0, end), takes_nul);
+    if (plain < end)
+        throw input_error(complaint(text, plain, reason_of(text.substr(plain))));
+}
+
+void expect_utf8(std::string_view text) {
+    if (text.starts_with(byte_order_mark))
+        throw input_error(complaint(text, 0, "a byte order mark before the JSON"));
+    if (const size_t good = apid::utf8_length(text); good < text.size())
+        throw input_error(complaint(text, good, "no UTF-8"));
+}
 
 void append_escaped(std::string &out, char c) {
     constexpr std::string_view plain = "\"\\\b\f\n\r\t";
@@ -71,12 +80,14 @@ bool is_plain(unsigned char c) { return c >= 0x20 && c < 0x7f && c != '"' && c !
 
 } // namespace
 
-json_owner parse_json(std::string_view text) {
+json_owner parse_json(std::string_view text, json_use use) {
     if (text.size() > static_cast<size_t>(std::numeric_limits<int>::max()) / 2)
         throw input_error("too much JSON");
-    const std::unique_ptr<json_tokener, tokener_release> tokener(json_tokener_new());
-    json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8 |
-                                              JSON_TOKENER_ALLOW_TRAILING_CHARS);
+    expect_utf8(text);
+    // To json-c the value is a level too, and so is the device around its own request.
+    const int levels = apid::max_nesting + (use == json_use::request ? 1 : 2);
+    const std::unique_ptr<json_tokener, tokener_release> tokener(json_tokener_new_ex(levels));
+    json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_ALLOW_TRAILING_CHARS);
     json_owner result(json_tokener_parse_ex(tokener.get(), text.data(), static_cast<int>(text.size())));
     json_tokener_error error = json_tokener_get_error(tokener.get());
     const size_t end = json_tokener_get_parse_end(tokener.get());
@@ -90,6 +101,7 @@ json_owner parse_json(std::string_view text) {
         throw input_error(complaint(text, end, json_tokener_error_desc(error)));
     if (const size_t rest = skip_blanks(text, end); rest < text.size())
         throw input_error(complaint(text, rest, "something follows the JSON"));
+    expect_plain(text, std::min(end, text.size()), use == json_use::device);
     return result;
 }
 
@@ -97,40 +109,8 @@ std::string_view text_of(json_object *string) {
     return {json_object_get_string(string), static_cast<size_t>(json_object_get_string_len(string))};
 }
 
-size_t utf8_length(std::string_view text) {
-    if (text.empty())
-        return 0;
-    const auto first = static_cast<unsigned char>(text[0]);
-    const auto row = std::ranges::find_if(
-        utf8_rows, [&](const utf8_row &each) { return each.first <= first && first <= each.last; });
-    if (row == utf8_rows.end() || row->length > text.size())
-        return 0;
-    if (row->length == 1)
-        return 1;
-    const auto second = static_cast<unsigned char>(text[1]);
-    const bool whole = row->second_least <= second && second <= row->second_most &&
-                       std::ranges::all_of(text.substr(1, row->length - 1), is_continuation);
-    return whole ? row->length : 0;
-}
-
 std::string answer_of(json_object *response) {
-    const std::string_view text = json_object_to_json_string_ext(response, JSON_C_TO_STRING_PLAIN);
-    std::string result;
-    for (size_t at = 0, length = 0; at < text.size(); at += std::max<size_t>(length, 1)) {
-        length = utf8_length(text.substr(at));
-        result.append(length != 0 ? text.substr(at, length) : replacement);
-    }
-    return result;
-}
-
-std::string valid_utf8(std::string_view text) {
-    std::string out;
-    while (!text.empty()) {
-        const size_t length = utf8_length(text);
-        out += length > 0 ? text.substr(0, length) : replacement_character;
-        text.remove_prefix(std::max<size_t>(length, 1));
-    }
-    return out;
+    return apid::repair_utf8(json_object_to_json_string_ext(response, JSON_C_TO_STRING_PLAIN));
 }
 
 void append_json(std::string &out, std::string_view text) {
@@ -143,7 +123,7 @@ void append_json(std::string &out, std::string_view text) {
         at = end;
         if (at == text.size())
             break;
-        const size_t length = utf8_length(text.substr(at));
+        const size_t length = apid::utf8_character(text.substr(at));
         if (length > 1)
             out.append(text, at, length);
         else if (length == 1)

@@ -15,9 +15,12 @@ struct json_release {
 };
 using json_owner = std::unique_ptr<json_object, json_release>;
 
-// Parses exactly one value; text that is no UTF-8 is refused. Throws input_error, which names line and
-// column.
-json_owner parse_json(std::string_view text);
+// What the JSON is read for: a request, as the daemon reads one, or a device, perhaps with its own request.
+// The files of a device may hold NULs.
+enum class json_use { request, device };
+
+// Parses exactly one value, and takes what the daemon takes. Throws input_error, which names line and column.
+json_owner parse_json(std::string_view text, json_use use);
 
 // The text of a string, NULs included.
 std::string_view text_of(json_object *string);
@@ -27,11 +30,5 @@ void append_json(std::string &out, std::string_view text);
 
 // An answer's JSON text, in UTF-8 whatever an option of the device holds: other bytes become U+FFFD.
 std::string answer_of(json_object *response);
-
-// The text with U+FFFD for bytes that are no UTF-8.
-std::string valid_utf8(std::string_view text);
-
-// The length of the UTF-8 character that the text begins with; 0 when it begins with none.
-size_t utf8_length(std::string_view text);
 
 } // namespace plan

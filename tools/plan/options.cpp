@@ -2,12 +2,14 @@
 // The command line of `plan`, `check`, `export` and `snapshot`.
 #include "tools/plan/options.h"
 
+#include "devkit/apid/request.h"
 #include "tools/front/places.h"
 #include "tools/plan/open_file.h"
 #include "tools/plan/snapshot.h"
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 
 #include <fcntl.h>
 #include <getopt.h>
@@ -17,13 +19,15 @@ namespace plan {
 
 namespace {
 
-#define DEVICE_OPTIONS                                                                                       \
-    "  --model MODEL       a device of this model, fresh from the factory\n"                                 \
-    "  --all-models        one of every model; so it is when nothing is asked for\n"                         \
+#define MODEL_OPTION "  --model MODEL       a device of this model, fresh from the factory\n"
+#define DEVICE_OPTION                                                                                        \
     "  --device SNAPSHOT   this device: a folder with etc/config (a box's state too), a backup of "          \
     "sysupgrade,\n"                                                                                          \
     "                      the text of `uci export` (with --model), or a JSON object; - for standard "       \
     "input\n"
+#define DEVICE_OPTIONS                                                                                       \
+    MODEL_OPTION                                                                                             \
+        "  --all-models        one of every model; so it is when nothing is asked for\n" DEVICE_OPTION
 
 #define SHARED_OPTIONS                                                                                       \
     "  REQUEST             a file, - for standard input, or the JSON text itself\n" DEVICE_OPTIONS           \
@@ -32,15 +36,19 @@ namespace {
     "  --plugin FILE       the plug-in (aerolink.so of this installation when none is given)\n"              \
     "  --companion FILE    the companion plug-in, \"\" for none (that of the kit when none is given)\n"
 
-constexpr size_t request_limit = size_t{16} << 20; // bytes
-
 std::string content_of(const std::string &path) {
     const descriptor file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
         throw input_error(path + ": " + std::strerror(errno));
-    std::optional<std::string> content = read_all(file, request_limit);
+    std::optional<std::string> content;
+    try {
+        content = read_all(file, apid::max_body);
+    } catch (const input_error &problem) {
+        throw input_error(path + ": " + problem.what());
+    }
     if (!content)
-        throw input_error(path + ": larger than " + std::to_string(request_limit) + " bytes");
+        throw input_error(path + ": larger than the " + std::to_string(apid::max_body) +
+                          " bytes that the daemon takes");
     return std::move(*content);
 }
 
@@ -85,6 +93,16 @@ enum : int {
     opt_help
 };
 
+// An option's value is said once, and is there: an empty one is a script's variable that was not set.
+void expect_value(const option &given, std::set<int> &said) {
+    if (given.has_arg != required_argument)
+        return;
+    if (!said.insert(given.val).second)
+        throw input_error(std::string("--") + given.name + " stands there twice");
+    if (*optarg == '\0' && given.val != opt_companion)
+        throw input_error(std::string("--") + given.name + " is empty");
+}
+
 void take(int found, plan_options &out) {
     switch (found) {
     case opt_model:
@@ -124,9 +142,16 @@ plan_options parse(int count, char **words, const option *known) {
     plan_options result;
     result.plugin = installed_plugin();
     result.companion = installed_companion();
-    for (int found = 0; !result.help && (found = getopt_long(count, words, "", known, nullptr)) != -1;) {
-        if (found == '?') // getopt_long has named the option
-            throw input_error(std::string("see aerolink ") + words[0] + " --help");
+    std::set<int> said;
+    int at = 0;
+    opterr = 0;
+    for (int found = 0; !result.help && (found = getopt_long(count, words, ":h", known, &at)) != -1;) {
+        if (found == '?' || found == ':')
+            throw input_error(std::string(words[optind - 1]) +
+                              (found == ':' ? " needs a value" : " is no option here") + "; see aerolink " +
+                              words[0] + " --help");
+        if (found != 'h')
+            expect_value(known[at], said);
         take(found, result);
     }
     return result;
@@ -168,7 +193,7 @@ const char *const export_usage =
     "push can restore, with the reason. It may be sent to the device at any time: where nothing has changed, "
     "it "
     "changes nothing.\n"
-    "\n" DEVICE_OPTIONS
+    "\n" MODEL_OPTION DEVICE_OPTION
     "  --json              one JSON object: the request as \"batch\", what is not restored as "
     "\"lost\"\n"
     "  --plugin FILE       the plug-in (aerolink.so of this installation when none is given)\n"
@@ -232,11 +257,12 @@ plan_options parse_snapshot_options(int count, char **words) {
 }
 
 json_owner read_request(const std::string &given) {
+    expect(!given.empty(), "the request is empty");
     const bool is_file = given == "-" || !is_text(given);
     const std::string text = is_file ? content_of(given) : given;
     const std::string name = is_file ? given : "the request";
     try {
-        json_owner request = parse_json(text);
+        json_owner request = parse_json(text, json_use::request);
         if (!json_object_is_type(request.get(), json_type_object))
             throw input_error("a request is a JSON object");
         return request;

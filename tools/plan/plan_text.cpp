@@ -2,6 +2,7 @@
 // Plans to be read at a glance.
 #include "tools/plan/plan_text.h"
 
+#include "devkit/apid/text.h"
 #include "tools/plan/blocks.h"
 #include "tools/plan/json.h"
 
@@ -27,7 +28,7 @@ constexpr size_t longest_command = 200; // of a command
 std::string shown(std::string_view text) {
     std::string out;
     for (size_t at = 0; at < text.size();) {
-        const size_t length = utf8_length(text.substr(at));
+        const size_t length = apid::utf8_character(text.substr(at));
         const auto c = static_cast<unsigned char>(text[at]);
         const bool is_control = c < 0x20 || c == 0x7f || length == 0 ||
                                 (length == 2 && c == 0xc2 && static_cast<unsigned char>(text[at + 1]) < 0xa0);
@@ -85,7 +86,7 @@ private:
 std::string name_of(const request_plan &made) {
     if (made.id.empty())
         return shown(made.model);
-    const json_owner id = parse_json(made.id);
+    const json_owner id = parse_json(made.id, json_use::device);
     const bool is_text = json_object_is_type(id.get(), json_type_string);
     return shown(is_text ? text_of(id.get()) : made.id) + " (" + shown(made.model) + ")";
 }

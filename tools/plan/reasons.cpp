@@ -94,7 +94,7 @@ std::vector<key_outcome> outcomes_of(rehearsal &stage, const snapshot &device, c
                                      json_object *request, const request_plan &made) {
     inquiry asked(stage, device, route_asked, request, made);
     const observer seen(asked);
-    const json_owner response = parse_json(made.response);
+    const json_owner response = parse_json(made.response, json_use::device);
     std::vector<key_outcome> result;
     std::vector<std::string> open;
     json_object_object_foreach(request, name, value) {

@@ -23,7 +23,7 @@ std::string text_of_value(json_object *value) {
 
 json_owner value_of(const vocabulary::key &known, const char *column) {
     return known.kind == vocabulary::kind::text ? json_owner(json_object_new_string(column))
-                                                : parse_json(column);
+                                                : parse_json(column, json_use::request);
 }
 
 std::string list_of(std::string words) {

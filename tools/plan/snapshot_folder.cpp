@@ -27,7 +27,8 @@ void take(const descriptor &root, const std::string &path, const std::string &st
     const descriptor file = open_below(root, path, O_RDONLY);
     struct stat status {};
     if (!file)
-        throw input_error(path + ": " + std::strerror(errno));
+        throw input_error(path + ": " +
+                          (errno == EXDEV ? "it leads out of the folder" : std::strerror(errno)));
     if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
     std::optional<std::string> text = read_all(file, file_limit);

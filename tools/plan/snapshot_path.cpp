@@ -68,7 +68,7 @@ snapshot from_export(std::string_view text, const std::string &model) {
 }
 
 snapshot from_json_text(std::string_view text, const std::string &model) {
-    const json_owner object = parse_json(text);
+    const json_owner object = parse_json(text, json_use::device);
     json_object *own = nullptr;
     if (!model.empty() && json_object_is_type(object.get(), json_type_object) &&
         !json_object_object_get_ex(object.get(), "model", &own))

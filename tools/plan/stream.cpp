@@ -44,6 +44,23 @@ private:
     std::string kept_;
 };
 
+// Looks at texts alone: json-c ends a member's name at a NUL.
+bool holds_nul(json_object *value) {
+    if (json_object_is_type(value, json_type_string))
+        return text_of(value).find('\0') != std::string_view::npos;
+    bool found = false;
+    for (size_t at = 0; json_object_is_type(value, json_type_array) && at < json_object_array_length(value);
+         ++at)
+        found = found || holds_nul(json_object_array_get_idx(value, at));
+    if (!json_object_is_type(value, json_type_object))
+        return found;
+    json_object_object_foreach(value, name, member) {
+        static_cast<void>(name);
+        found = found || holds_nul(member);
+    }
+    return found;
+}
+
 class stream {
 public:
     stream(rehearsal &stage, const plan_options &chosen) : stage_(stage), chosen_(chosen) {
@@ -74,7 +91,7 @@ private:
     void answer(size_t number, std::string_view line) {
         std::string id;
         try {
-            const json_owner object = parse_json(line);
+            const json_owner object = parse_json(line, json_use::device);
             id = id_of(object.get());
             const snapshot device = from_json(object.get());
             const route &asked = route_of(route_name(object.get()));
@@ -110,6 +127,8 @@ private:
             throw input_error("\"request\" is missing, in the line and on the command line");
         if (has_own && !json_object_is_type(own, json_type_object))
             throw input_error("\"request\" must be an object");
+        if (has_own && holds_nul(own))
+            throw input_error("\"request\" must not hold a NUL");
         return has_own ? own : request_.get();
     }
 
