@@ -72,7 +72,9 @@ json_owner text(const std::string &value) { return json_owner(json_object_new_st
 std::vector<json_owner> values_of(const vocabulary::key &row) {
     std::vector<json_owner> values;
     for (const char *column : {row.example, row.other})
-        values.push_back(row.kind == vocabulary::kind::text ? text(column) : plan::parse_json(column));
+        values.push_back(row.kind == vocabulary::kind::text
+                             ? text(column)
+                             : plan::parse_json(column, plan::json_use::request));
     for (const std::string &word : words_of(row))
         values.push_back(text(word));
     for (const char *other : {"", "x", "0", "1"})

@@ -27,7 +27,7 @@ namespace {
     "input\n"
 #define DEVICE_OPTIONS                                                                                       \
     MODEL_OPTION                                                                                             \
-        "  --all-models        one of every model; so it is when nothing is asked for\n" DEVICE_OPTION
+    "  --all-models        one of every model; so it is when nothing is asked for\n" DEVICE_OPTION
 
 #define SHARED_OPTIONS                                                                                       \
     "  REQUEST             a file, - for standard input, or the JSON text itself\n" DEVICE_OPTIONS           \

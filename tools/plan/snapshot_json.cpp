@@ -211,7 +211,8 @@ std::optional<snapshot> from_factory(std::string_view model) {
         return known->second;
     for (const factory_profile &each : factory_profiles())
         if (each.model == model)
-            return read.emplace(model, from_json(parse_json(each.snapshot, json_use::device).get())).first->second;
+            return read.emplace(model, from_json(parse_json(each.snapshot, json_use::device).get()))
+                .first->second;
     return std::nullopt;
 }
 
