@@ -76,7 +76,7 @@ static void show_key_of_file(struct run *run) {
 // grep "PATTERN" FILE |awk -F"'" '{print $4}': the fourth field of each line that matches
 static void show_match_in_file(struct run *run) {
     const char *content = stage_file(run->parts[1], NULL);
-    if (run->parts[0][0] == '-') { // an option of grep
+    if (run->parts[0][0] == '-' && run->parts[0][1]) { // an option of grep
         run->effect->unforeseen = true;
         return;
     }

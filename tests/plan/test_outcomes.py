@@ -200,6 +200,8 @@ class WhatHappens(unittest.TestCase):
         made = plan({"reboot_flag": "`id`"})
         self.assertIn("only the router's shell could tell", made["notes"][0])
         self.assertTrue(any(each.get("unforeseen") for each in made["effects"]))
+        self.assertIn("only the router's shell could tell", plan({"system_timezone": "-w"}, "wren")["notes"][0])
+        self.assertNotIn("notes", plan({"system_timezone": "-"}, "wren"))  # to grep a pattern like any other
         device = factory("heron")
         del device["service_code"]
         self.assertIn("service code", plan({"password": "abcdefgh"}, device)["notes"][0])

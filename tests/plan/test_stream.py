@@ -110,6 +110,14 @@ class BadLines(unittest.TestCase):
         self.assertEqual(["nesting too deep" in made.get("error", "") for made in plans], [False, False, True, False])
         self.assertEqual(done.returncode, 1)
 
+    def test_characters_beyond_16_bits(self):
+        """Escaped in pairs, as Python writes them; json-c 0.16 cannot read every one."""
+        for text in ("\U0001d801", "\U0001f600", "\U0001dfffx", "\U0010ffff\\ud836\\udc01", "\\\U0001d801"):
+            uci = f"package network\n\nconfig interface 'lan'\n\toption ipaddr '{text}'\n"
+            with self.subTest(text=text):
+                made = plan({"lan_ip": text + "1"}, {"model": "heron", "uci": uci})
+                self.assertEqual(made["changes"], [{"path": "network.lan.ipaddr", "from": text, "to": text + "1"}])
+
     def test_a_request_must_be_there(self):
         plans, _ = stream([{"model": "heron"}, {"model": "heron", "request": []}])
         self.assertIn('"request" is missing', plans[0]["error"])

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <limits>
 
@@ -50,6 +51,39 @@ std::string reason_of(std::string_view rest) {
                                                       : "JSON has no such number";
 }
 
+// The half of a pair that the text begins with, as \\uXXXX; 0 when it begins with none of that kind.
+unsigned surrogate(std::string_view text, unsigned kind) {
+    unsigned code = 0;
+    if (text.size() < 6 || !text.starts_with("\\u"))
+        return 0;
+    const auto read = std::from_chars(text.data() + 2, text.data() + 6, code, 16);
+    return read.ptr == text.data() + 6 && (code & 0xfc00U) == kind ? code : 0;
+}
+
+void append_utf8(std::string &out, unsigned point) {
+    out += static_cast<char>(0xf0U | point >> 18);
+    for (const unsigned shift : {12U, 6U, 0U})
+        out += static_cast<char>(0x80U | (point >> shift & 0x3fU));
+}
+
+// Characters beyond U+FFFF as they are instead of as two escapes: json-c 0.16 reads those whose low 16 bits
+// look like half a pair, U+1D801 for one, as U+FFFD.
+std::string decode_pairs(std::string_view text) {
+    std::string out;
+    for (size_t at = 0; at < text.size();) {
+        const size_t plain = std::min(text.find('\\', at), text.size());
+        out.append(text, at, plain - at);
+        const unsigned high = surrogate(text.substr(plain), 0xd800);
+        const unsigned low = high != 0 ? surrogate(text.substr(plain + 6), 0xdc00) : 0;
+        if (low != 0)
+            append_utf8(out, 0x10000U + ((high & 0x3ffU) << 10) + (low & 0x3ffU));
+        else
+            out.append(text.substr(plain, 2));
+        at = plain + (low != 0 ? 12 : 2);
+    }
+    return out;
+}
+
 void expect_plain(std::string_view text, size_t end, bool takes_nul) {
     const size_t plain = apid::plain_json_length(text.substr(0, end), takes_nul);
     if (plain < end)
@@ -84,6 +118,9 @@ json_owner parse_json(std::string_view text, json_use use) {
     if (text.size() > static_cast<size_t>(std::numeric_limits<int>::max()) / 2)
         throw input_error("too much JSON");
     expect_utf8(text);
+    std::string decoded;
+    if (use == json_use::device && text.find("\\u") != std::string_view::npos)
+        text = decoded = decode_pairs(text);
     // To json-c the value is a level too, and so is the device around its own request.
     const int levels = apid::max_nesting + (use == json_use::request ? 1 : 2);
     const std::unique_ptr<json_tokener, tokener_release> tokener(json_tokener_new_ex(levels));
