@@ -146,10 +146,11 @@ void make_plan(fuzz::bytes &input) {
     json_object *request = nullptr;
     plan::json_owner owner;
     try {
-        owner = plan::parse_json(json_object_to_json_string_ext(drawn.get(), JSON_C_TO_STRING_PLAIN));
+        owner = plan::parse_json(json_object_to_json_string_ext(drawn.get(), JSON_C_TO_STRING_PLAIN),
+                                 plan::json_use::request);
         request = owner.get();
     } catch (const plan::input_error &) {
-        return; // not UTF-8
+        return; // not UTF-8, or a NUL
     }
     const plan::request_plan made = plan::make_plan(*stage, device, asked, request);
     const std::string text = plan::to_json(made);
