@@ -21,15 +21,23 @@ NO_ROUTES = {"/cloud/aerolink/reset": "an example of a path that does not exist"
 NO_KEYS = {"lan_address_changed": "a condition of aerolink fleet", "reboot_pending": "a member of snapshots"}
 
 
+def files():
+    """Those of the tree; of an archive, which is no work tree, all but what a build and a router leave."""
+    listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=TREE,
+                            capture_output=True, text=True, check=False)
+    if listed.returncode == 0:
+        return listed.stdout.splitlines()
+    return [path.relative_to(TREE).as_posix() for path in TREE.rglob("*")
+            if path.relative_to(TREE).parts[0] not in ("build", "state")]
+
+
 def texts(folder=""):
     """(path, text) of the tree's files that people wrote, without what is made in them."""
-    files = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard", "--", folder or "."],
-                           cwd=TREE, capture_output=True, text=True, check=True).stdout.splitlines()
-    for path in files:
-        if not path.startswith(ELSEWHERE) and (TREE / path).is_file():
+    for path in files():
+        if path.startswith(folder) and not path.startswith(ELSEWHERE) and (TREE / path).is_file():
             data = (TREE / path).read_bytes()
             if b"\0" not in data:
-                yield path, MADE.sub("", data.decode("utf-8"))
+                yield path, MADE.sub("", data.decode("utf-8", "replace"))
 
 
 def prose(text):
@@ -56,14 +64,14 @@ class Named(unittest.TestCase):
     def test_keys_of_documents(self):
         """A quoted name that begins as a key does is one."""
         begins = {name.partition("_")[0] for name in self.plugin.meanings if "_" in name}
-        self.check(((path, name) for path, text in texts("docs") for name in QUOTED.findall(prose(text))
+        self.check(((path, name) for path, text in texts("docs/") for name in QUOTED.findall(prose(text))
                     if name.partition("_")[0] in begins), set(self.plugin.meanings) | set(NO_KEYS), 20)
 
     def test_options_of_documents(self):
         """What looks like an option of a package that routes write to is one."""
         options = self.written_options()
         packages = {option.partition(".")[0] for option in options}
-        self.check(((path, option) for path, text in texts("docs") for option in OPTION.findall(prose(text))
+        self.check(((path, option) for path, text in texts("docs/") for option in OPTION.findall(prose(text))
                     if option.partition(".")[0] in packages), options, 10)
 
     def written_options(self):
