@@ -13,7 +13,8 @@ import unittest
 from hypothesis import HealthCheck, Verbosity, given, note, settings
 
 import strategies
-from tested_router import TestedRouter, resolve
+from tested_router import TestedRouter
+from uci_show import resolve
 
 MODEL = os.environ.get("ROUTER_MODEL", "heron")
 EXAMPLES = int(os.environ.get("PLAN_EXAMPLES", "5"))
