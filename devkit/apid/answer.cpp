@@ -13,6 +13,8 @@ namespace apid {
 
 namespace {
 
+constexpr size_t max_traced = size_t{1} << 20; // bytes; what is longer the record does not repeat
+
 unsigned status_of(int result) {
     switch (result) {
     case 0:
@@ -43,7 +45,8 @@ void trace_reply(const outcome &done, unsigned status) {
         return;
     json_object *members = json_object_new_object();
     json_object_object_add(members, "status", json_object_new_int(static_cast<int>(status)));
-    json_object_object_add(members, "reply", json_tokener_parse(done.body.c_str()));
+    if (done.body.size() <= max_traced)
+        json_object_object_add(members, "reply", json_tokener_parse(done.body.c_str()));
     trace::add("reply", members);
 }
 

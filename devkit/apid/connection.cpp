@@ -93,7 +93,11 @@ void connection::give_leave() {
 
 void connection::reply_with(const reply &content, bool may_keep) {
     keeps_ = may_keep && reader_.current().keeps && !reader_.wants_body();
-    output_ += to_wire(content, keeps_, reader_.current().method == "HEAD");
+    std::string wire = to_wire(content, keeps_, reader_.current().method == "HEAD");
+    if (output_.empty())
+        output_ = std::move(wire); // a copy may be one too many
+    else
+        output_ += wire;
     phase_ = phase::replying;
     send();
 }

@@ -12,6 +12,9 @@
 #include "devkit/apid/trace.h"
 #include "platform/host.h"
 
+#include <new>
+#include <utility>
+
 namespace apid {
 
 namespace {
@@ -20,14 +23,24 @@ json_object *held_name = nullptr; // the "name" of the request in work
 
 json_object *name_of(json_object *request) { return json_object_object_get(request, "name"); }
 
-void hold_name(json_object *request) { held_name = json_object_get(name_of(request)); }
-
-void drop_name(json_object *request) {
-    json_object_object_del(request, "name");
-    while (held_name != nullptr && json_object_put(held_name) == 0) {
+// Holds the member for the scope.
+class name_hold {
+public:
+    explicit name_hold(json_object *request) : request_(request) {
+        held_name = json_object_get(name_of(request));
     }
-    held_name = nullptr;
-}
+    ~name_hold() {
+        json_object_object_del(request_, "name");
+        while (held_name != nullptr && json_object_put(held_name) == 0) {
+        }
+        held_name = nullptr;
+    }
+    name_hold(const name_hold &) = delete;
+    name_hold &operator=(const name_hold &) = delete;
+
+private:
+    json_object *request_;
+};
 
 int run_handler(const route &target, json_object *request, json_object *response) {
     json_object *name = name_of(request);
@@ -44,26 +57,27 @@ void trace_dispatch(const char *kind, const char *path) {
     trace::add(kind, members);
 }
 
-std::string reply_text(int result, json_object *response) {
+std::string reply_text(int result, json_ptr response) {
     const json_ptr reply(json_object_new_object());
     json_object_object_add(reply.get(), "result", json_object_new_int(result));
-    json_object_object_add(reply.get(), "response", json_object_get(response));
+    json_object_object_add(reply.get(), "response", response.release());
     size_t length = 0;
     const char *text = json_object_to_json_string_length(
         reply.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE, &length);
+    if (text == nullptr)
+        throw std::bad_alloc();
+    json_object_object_del(reply.get(), "response"); // before the text, which may be long, is copied
     return repair_utf8({text, length});
 }
 
 } // namespace
 
 outcome exchange(const route &target, json_ptr request) {
+    const name_hold hold(request.get());
     json_ptr response(json_object_new_object());
-    hold_name(request.get());
     outcome done{};
     done.result = run_handler(target, request.get(), response.get());
-    done.body = reply_text(done.result, response.get());
-    response.reset();
-    drop_name(request.get());
+    done.body = reply_text(done.result, std::move(response));
     return done;
 }
 

@@ -15,7 +15,7 @@ struct outcome {
     std::string body; // {"result": N, "response": {...}}, always valid UTF-8
 };
 
-// Runs the route's handler on the request.
+// Runs the route's handler on the request. std::bad_alloc when the response is too large for a text.
 outcome exchange(const route &target, json_ptr request);
 
 } // namespace apid

@@ -13,6 +13,7 @@
 #include <list>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <new>
 #include <poll.h>
 #include <sys/resource.h>
 #include <system_error>
@@ -61,6 +62,7 @@ private:
     milliseconds time_to_wait() const;
     void attend(connection &client, bool is_ready);
     void serve(connection &client);
+    static void give_answer(connection &client, const route &target);
     void accept_clients(size_t at_most);
     bool make_room();
     void limit_memory();
@@ -151,6 +153,15 @@ void server::attend(connection &client, bool is_ready) {
         client.set_deadline(deadline_in(client.now() == phase::lingering ? time_to_linger : timeout_));
 }
 
+// Where the memory does not suffice, what the handler did is done, and only its response is lost.
+void server::give_answer(connection &client, const route &target) {
+    try {
+        client.reply_with(answer(client.reader().current(), target), !stop_requested());
+    } catch (const std::bad_alloc &) {
+        client.reply_with(error_reply(500, "the response does not fit into memory"), false);
+    }
+}
+
 void server::serve(connection &client) {
     using progress = request_reader::progress;
     for (;;) {
@@ -163,9 +174,9 @@ void server::serve(connection &client) {
             return client.reply_with(client.reader().refusal(), false);
         if (found == progress::is_whole) {
             const auto start = clock::now();
-            const reply answered = answer(asked, *target);
+            give_answer(client, *target);
             handler_time_ += clock::now() - start;
-            return client.reply_with(answered, !stop_requested());
+            return;
         }
         if (const auto refused = refuse_ambiguity(asked))
             return client.reply_with(*refused, false);

@@ -54,6 +54,7 @@ void zjson_add_boolean(json_object *object, const char *key, int value) {
 void zjson_add_object(json_object *object, const char *key, json_object *value) { add(object, key, value); }
 
 void zjson_array_add_string(json_object *array, const char *value) {
-    if (json_object_is_type(array, json_type_array))
-        json_object_array_add(array, new_string(value));
+    json_object *text = new_string(value);
+    if (!json_object_is_type(array, json_type_array) || json_object_array_add(array, text) != 0)
+        json_object_put(text);
 }
