@@ -26,7 +26,8 @@ UCI = os.environ["UCI"]
 # A password takes a second, in which nothing is written: no cut would fall anywhere else. A maximum of the transmit
 # power changes what the same push makes of a level the next time.
 LEFT_OUT = {"password", "txpower_max"}
-COMPANION = {"xwf_enable": "1", "xwf_ssid": "Harbour guests", "xwf_mode": "portal", "xwf_url": "https://harbour.example/"}
+COMPANION = {"xwf_enable": "1", "xwf_ssid": "Harbour guests", "xwf_mode": "portal",
+             "xwf_url": "https://harbour.example/"}
 PUSHES = {
     "/cloud/aerolink/batch_set": {key: value for key, value in PUSHED.items() if key not in LEFT_OUT},
     "/whiteboard/set_config": {key: value for key, value in (FIRST_REQUEST | COMPANION).items() if key not in LEFT_OUT},
@@ -90,7 +91,7 @@ class CutRouter:
         self.router = PoweredRouter(model)
         self.route, self.request = route, PUSHES[route]
         self.random = random.Random(f"{seed} {model} {route}")
-        self.boot_times = []
+        self.boot_times, self.lengths = [], []
         try:
             self.prepare()
         except BaseException:
@@ -115,15 +116,17 @@ class CutRouter:
         self.reply = self.push()
         self.customer = self.customer_file()
         self.check_end(self.reply)
+        self.check_end(self.push())  # a router that has it all already stays as it is
+
+    def measure(self):
+        """How long the push takes now: that depends on what else the machine does."""
         lengths = []
-        for _ in range(5):
+        for _ in range(3):
             self.make_fresh()
             self.trace().write_text("", encoding="ascii")
             self.check_end(self.push())
             lengths.append(self.recorded_length())
-        self.length = statistics.median(lengths)
-        self.check_end(self.push())  # a router that has it all already stays as it is
-        self.make_fresh()
+        self.lengths.append(statistics.median(lengths))
 
     def plan(self):
         done = subprocess.run([AEROLINK, "plan", "--json", "--device", self.router.state, "--route", self.route, "-"],
@@ -138,8 +141,8 @@ class CutRouter:
 
     def committed(self):
         """The packages' files, which must be whole, by path."""
-        done = subprocess.run([UCI, "-c", self.router.state / "etc/config", "-t", self.router.own_folder / "none", "show"],
-                              capture_output=True, text=True, check=False)
+        folders = ["-c", self.router.state / "etc/config", "-t", self.router.own_folder / "none"]
+        done = subprocess.run([UCI, *folders, "show"], capture_output=True, text=True, check=False)
         if done.returncode != 0 or done.stderr:
             raise AssertionError(f"a file is not whole: {done.stderr}")
         return parse_show(done.stdout)
@@ -191,7 +194,10 @@ class CutRouter:
 
     def cut(self):
         """Cuts the power at a moment of the push, checks what is left, and has the router finish the push."""
-        moment = self.random.uniform(0, self.length)
+        if len(self.boot_times) % 20 == 0:
+            self.measure()
+        self.make_fresh()
+        moment = self.random.uniform(0, self.lengths[-1])
         self.trace().write_text("", encoding="ascii")
         connection = self.begin_push()
         time.sleep(moment)
@@ -200,7 +206,6 @@ class CutRouter:
         found = self.check_cut()
         self.boot_again()
         self.check_end(self.push())
-        self.make_fresh()
         return found
 
     def check_cut(self):
