@@ -2,6 +2,7 @@
 // Reads requests. The HTTP library parses them; its parser is told nothing that the scanner has not passed.
 #include "devkit/apid/request.h"
 
+#include "devkit/apid/chunks.h"
 #include "devkit/apid/text.h"
 
 #include <algorithm>
@@ -17,25 +18,29 @@ namespace http = boost::beast::http;
 
 namespace {
 
-// The library lets line feeds pass in a quoted extension of a chunk, where others would end the line.
-struct extension_check {
-    void operator()(std::uint64_t, boost::beast::string_view extension,
-                    boost::beast::error_code &error) const {
+// What is told of a chunk's header. The library lets line feeds pass in a quoted extension, where others
+// would end the line.
+struct chunk_header {
+    void operator()(std::uint64_t size, boost::beast::string_view extension,
+                    boost::beast::error_code &error) {
+        chunks.begin_data(size);
         if (has_control({extension.data(), extension.size()}))
             error = http::error::bad_chunk_extension;
     }
+
+    chunk_scanner chunks;
 };
 
 } // namespace
 
 struct request_reader::parser : http::request_parser<http::string_body> {
-    extension_check check;
+    chunk_header header;
 };
 
 namespace {
 
-constexpr size_t max_between_chunks = size_t{16} << 10; // a chunk's header, or the trailer
-constexpr std::string_view shortest_end = "0\r\n\r\n";  // of chunks
+constexpr size_t max_chunk_header = size_t{16} << 10; // bytes, the trailer's included
+constexpr const char *chunk_header_too_long = "chunk header or trailer is too long";
 
 std::string_view view(boost::beast::string_view text) { return {text.data(), text.size()}; }
 
@@ -136,6 +141,10 @@ request_reader::progress request_reader::refuse(reply why) {
     return progress::is_refused;
 }
 
+request_reader::progress request_reader::refuse_body(const std::string &why) {
+    return refuse(error_reply(400, "the body is malformed: " + why));
+}
+
 request_reader::progress request_reader::read_head(std::string &input) {
     using verdict = head_scanner::verdict;
     // Some clients end a body with one line end too many.
@@ -164,7 +173,7 @@ request_reader::progress request_reader::read_head(std::string &input) {
 
 request_reader::progress request_reader::parse_head(std::string_view head) {
     parser_ = std::make_unique<parser>();
-    parser_->on_chunk_header(parser_->check);
+    parser_->on_chunk_header(parser_->header);
     parser_->header_limit(max_head);
     parser_->body_limit(UINT64_MAX); // what is announced is judged with the rest of the header
     boost::beast::error_code error;
@@ -190,23 +199,48 @@ request_reader::progress request_reader::read_body(std::string &input) {
     if (announces_too_much(
             request_.known.content_length.value_or(""))) // the parser would make room for all of it
         return refuse(refuse_size());
-    // The parser asserts that no end is shorter, even when "0 CR LF" and "CR" are put one after the other.
-    const size_t least = parser_->chunked() ? shortest_end.size() : 1;
-    if (!parser_->is_done() && input.size() >= least) {
-        boost::beast::error_code error;
-        input.erase(0, parser_->put({input.data(), input.size()}, error));
-        if (error == http::error::body_limit)
-            return refuse(refuse_size());
-        if (error && error != http::error::need_more)
-            return refuse(error_reply(400, "the body is malformed: " + error.message()));
+    std::string_view rest = input;
+    while (wants_body() && !rest.empty()) {
+        std::string_view part = next_part(rest);
+        if (part.empty())
+            break;
+        if (put(part) == progress::is_refused)
+            return progress::is_refused;
+        rest = {part.end(), rest.end()};
     }
-    if (!parser_->is_done()) {
-        if (input.size() > max_between_chunks)
-            return refuse(error_reply(400, "the body is malformed: chunk header or trailer is too long"));
+    if (is_at_chunk_header() && rest.size() > max_chunk_header)
+        return refuse_body(chunk_header_too_long);
+    input.erase(0, input.size() - rest.size());
+    if (wants_body())
         return progress::wants_more;
-    }
     request_.body = std::move(parser_->get().body());
     return progress::is_whole;
+}
+
+bool request_reader::is_at_chunk_header() const {
+    return wants_body() && parser_->chunked() && !parser_->header.chunks.is_in_data();
+}
+
+std::string_view request_reader::next_part(std::string_view input) const {
+    return parser_->chunked() ? parser_->header.chunks.next_part(input) : input;
+}
+
+// The parser gets the headers of chunks whole: so it says the same of them whatever pieces they arrive in.
+request_reader::progress request_reader::put(std::string_view &part) {
+    const bool is_header = is_at_chunk_header();
+    if (is_header && part.size() > max_chunk_header)
+        return refuse_body(chunk_header_too_long);
+    boost::beast::error_code error;
+    part = part.substr(0, parser_->put({part.data(), part.size()}, error));
+    if (error == http::error::body_limit)
+        return refuse(refuse_size());
+    if (error == http::error::need_more && is_header) // an extension has a quote that is not closed
+        error = http::error::bad_chunk_extension;
+    if (error && error != http::error::need_more)
+        return refuse_body(error.message());
+    if (parser_->chunked() && !is_header)
+        parser_->header.chunks.skip_data(part.size());
+    return progress::wants_more;
 }
 
 } // namespace apid

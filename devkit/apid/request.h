@@ -67,7 +67,11 @@ private:
     progress read_head(std::string &input);
     progress parse_head(std::string_view head);
     progress read_body(std::string &input);
+    bool is_at_chunk_header() const;
+    std::string_view next_part(std::string_view input) const;
+    progress put(std::string_view &part); // leaves what of it was taken
     progress refuse(reply why);
+    progress refuse_body(const std::string &why);
 
     head_scanner scanner_;
     std::unique_ptr<parser> parser_; // from has_head on

@@ -156,7 +156,8 @@ void server::attend(connection &client, bool is_ready) {
 // Where the memory does not suffice, what the handler did is done, and only its response is lost.
 void server::give_answer(connection &client, const route &target) {
     try {
-        client.reply_with(answer(client.reader().current(), target), !stop_requested());
+        const reply answered = answer(client.reader().current(), target);
+        client.reply_with(answered, !stop_requested()); // a stop may have been asked for meanwhile
     } catch (const std::bad_alloc &) {
         client.reply_with(error_reply(500, "the response does not fit into memory"), false);
     }

@@ -145,6 +145,7 @@ class Refusals(DaemonTest):
             b"zz\r\n{}\r\n0\r\n\r\n", b"-2\r\n{}\r\n0\r\n\r\n", b"+2\r\n{}\r\n0\r\n\r\n", b"0x2\r\n{}\r\n0\r\n\r\n",
             b" 2\r\n{}\r\n0\r\n\r\n", b"\r\n{}\r\n0\r\n\r\n", b"2\n{}\n0\n\n", b"2\r\n{}0\r\n\r\n",
             b"2\r\n{}x\r\n0\r\n\r\n",
+            b"2;x=\"y\r\n{}\r\n0\r\n\r\n", b"2\r\n{}\r\n0;x=\"y\r\n\r\n",
             b"1\r\n{}\r\n0\r\n\r\n", b"2;\0\r\n{}\r\n0\r\n\r\n", b"2;x=\"\n\"\r\n{}\r\n0\r\n\r\n",
             b"10000000000000002\r\n{}\r\n0\r\n\r\n", b"2\r\n{}\r\n0\r\nno colon\r\n\r\n",
             b"2\r\n{}\r\n0\r\nContent-Length: 2\r\n\r\n", b"2\r\n{}\r\n0\r\nX: y\n\r\n",

@@ -82,7 +82,7 @@ void read_query(std::string_view bytes) {
 
 // --- Requests ------------------------------------------------------------------------------------
 
-// What is taken from a stream of bytes, up to the refusal that ends it.
+// What is taken from a stream of bytes, and how it ends: in a refusal or in an unfinished request.
 std::vector<std::string> read_stream(std::string_view stream, size_t piece) {
     std::vector<std::string> found;
     apid::request_reader reader;
@@ -90,8 +90,11 @@ std::vector<std::string> read_stream(std::string_view stream, size_t piece) {
     while (true) {
         switch (reader.read(input)) {
         case apid::request_reader::progress::wants_more:
-            if (stream.empty())
+            if (stream.empty()) {
+                found.push_back("unfinished, with " + std::to_string(input.size() + reader.held()) +
+                                " bytes");
                 return found;
+            }
             input += stream.substr(0, piece);
             stream.remove_prefix(std::min(piece, stream.size()));
             break;
@@ -110,8 +113,8 @@ std::vector<std::string> read_stream(std::string_view stream, size_t piece) {
         case apid::request_reader::progress::is_refused:
             fuzz::expect(reader.refusal().status >= 400 && reader.refusal().status < 600,
                          "a refusal is an error");
-            return found; // where a quote in a chunk extension stays open, pieces are refused before the
-                          // whole is
+            found.push_back(std::to_string(reader.refusal().status) + " " + reader.refusal().body);
+            return found;
         }
     }
 }

@@ -44,6 +44,9 @@ PROVOCATIONS = {
 }
 
 
+UNPROVOKED = {"500"}  # which takes a router whose memory is full: its own tests do that
+
+
 class TheDaemon(DaemonTest):
     @classmethod
     def setUpClass(cls):
@@ -72,7 +75,7 @@ class TheDaemon(DaemonTest):
     def test_refuses_as_every_operation_says(self):
         daemon = self.served()
         for method, path, operation in self.document.operations():
-            for status in operation["responses"]:
+            for status in operation["responses"].keys() - UNPROVOKED:
                 schema = self.document.media(operation, status)["schema"]
                 if REFUSAL in schema.get("oneOf", [schema]):
                     with self.subTest(f"{method} {path} {status}"):
@@ -100,7 +103,8 @@ class TheDaemon(DaemonTest):
 
     def test_is_provoked_to_every_refusal(self):
         refusals = TEXTS["daemon"]["refusals"]
-        self.assertEqual({status for status, row in refusals.items() if row["of"] != "none"}, set(PROVOCATIONS))
+        self.assertEqual({status for status, row in refusals.items() if row["of"] != "none"},
+                         PROVOCATIONS.keys() | UNPROVOKED)
         self.assertEqual({row["name"] for row in refusals.values()},
                          set(self.document.content["components"]["responses"]))
         used = {status for _, _, operation in self.document.operations() for status in operation["responses"]}
