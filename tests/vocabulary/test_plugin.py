@@ -54,7 +54,7 @@ class Refused(unittest.TestCase):
             with self.subTest(command=command):
                 done = run(command, "")
                 self.assertEqual((done.returncode, done.stdout), (1, ""))
-                self.assertEqual(done.stderr, f"aerolink {command[0]}: --plugin names no file\n")
+                self.assertEqual(done.stderr, f"aerolink {command[0]}: --plugin is empty\n")
 
     def test_other_plugins(self):
         self.check(os.environ["COMPANION"], "undefined symbol: batch_status")

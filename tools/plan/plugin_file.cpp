@@ -84,7 +84,7 @@ std::optional<std::string> difference() {
 
 void load_plugin(const std::string &file) {
     if (file.empty())
-        throw input_error("--plugin names no file");
+        throw input_error("--plugin is empty");
     const auto refuse = [&](const std::string &why) {
         throw input_error(file + " cannot be used as the plug-in: " + why);
     };
