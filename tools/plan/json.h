@@ -15,8 +15,8 @@ struct json_release {
 };
 using json_owner = std::unique_ptr<json_object, json_release>;
 
-// What the JSON is read for: a request, as the daemon reads one with all that json-c makes of it, or a device,
-// perhaps with its own request, as it is meant. The files of a device may hold NULs.
+// What the JSON is read for: a request, as the daemon reads one with all that json-c makes of it, or a
+// device, perhaps with its own request, as it is meant. The files of a device may hold NULs.
 enum class json_use { request, device };
 
 // Parses exactly one value, and takes what the daemon takes. Throws input_error, which names line and column.

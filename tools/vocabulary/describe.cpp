@@ -76,7 +76,8 @@ json_object *words_of(std::string_view words) {
 
 // The value of a column, as a request has it.
 json_object *value_of(const vocabulary::key &row, const char *column) {
-    return row.kind == vocabulary::kind::text ? text(column) : plan::parse_json(column, plan::json_use::request).release();
+    return row.kind == vocabulary::kind::text ? text(column)
+                                              : plan::parse_json(column, plan::json_use::request).release();
 }
 
 json_object *keys() {
