@@ -88,6 +88,17 @@ int run(runner *real, const char *command) {
     return real(command);
 }
 
+// A function of a UCI context that takes a path, a package or a type alone.
+using context_function = int(zuci2_context *, const char *);
+
+int act(kind of, context_function *real, zuci2_context *context, const char *text) {
+    if (is_recorded())
+        note(of, text, nullptr,
+             [real, context, what = std::string(text)] { real(contexts[context], what.c_str()); });
+    const within call;
+    return real(context, text);
+}
+
 // A function without arguments that looks something up.
 template <class result>
 result look_up(result (*real)()) {
@@ -163,30 +174,18 @@ int zuci2_set(zuci2_context *context, const char *path, const char *value) {
 }
 
 int zuci2_delete(zuci2_context *context, const char *path) {
-    static auto *const real = next<decltype(zuci2_delete)>("zuci2_delete");
-    if (is_recorded())
-        note(kind::other, path, nullptr,
-             [context, where = std::string(path)] { real(contexts[context], where.c_str()); });
-    const within call;
-    return real(context, path);
+    static auto *const real = next<context_function>("zuci2_delete");
+    return act(kind::other, real, context, path);
 }
 
 int zuci2_commit(zuci2_context *context, const char *package) {
-    static auto *const real = next<decltype(zuci2_commit)>("zuci2_commit");
-    if (is_recorded())
-        note(kind::other, package, nullptr,
-             [context, name = std::string(package)] { real(contexts[context], name.c_str()); });
-    const within call;
-    return real(context, package);
+    static auto *const real = next<context_function>("zuci2_commit");
+    return act(kind::other, real, context, package);
 }
 
 int zuci2_section_count(zuci2_context *context, const char *type) {
-    static auto *const real = next<decltype(zuci2_section_count)>("zuci2_section_count");
-    if (is_recorded())
-        note(kind::read, type, nullptr,
-             [context, what = std::string(type)] { real(contexts[context], what.c_str()); });
-    const within call;
-    return real(context, type);
+    static auto *const real = next<context_function>("zuci2_section_count");
+    return act(kind::read, real, context, type);
 }
 
 int execCommand(const char *command) {
