@@ -250,21 +250,21 @@ int regcomp(regex_t *compiled, const char *pattern, int flags) {
         *compiled = kept->second;
         return 0;
     }
-    const double start = wall_seconds();
+    const double start = thread_seconds();
     const bool groups = compiled_how == calls::compilation::with_groups;
     const int result = real(compiled, pattern, groups ? flags & ~REG_NOSUB : flags);
     if (compiled_how == calls::compilation::once && result == 0)
         kept_patterns.emplace(pattern, *compiled);
-    patterns.compiled += wall_seconds() - start;
+    patterns.compiled += thread_seconds() - start;
     ++patterns.count;
     return result;
 }
 
 int regexec(const regex_t *compiled, const char *text, size_t count, regmatch_t found[], int flags) {
     static auto *const real = next<decltype(regexec)>("regexec");
-    const double start = wall_seconds();
+    const double start = thread_seconds();
     const int result = real(compiled, text, count, found, flags);
-    patterns.used += wall_seconds() - start;
+    patterns.used += thread_seconds() - start;
     return result;
 }
 
@@ -272,9 +272,9 @@ void regfree(regex_t *compiled) {
     static auto *const real = next<decltype(regfree)>("regfree");
     if (compiled_how == calls::compilation::once)
         return;
-    const double start = wall_seconds();
+    const double start = thread_seconds();
     real(compiled);
-    patterns.compiled += wall_seconds() - start;
+    patterns.compiled += thread_seconds() - start;
 }
 
 } // extern "C"

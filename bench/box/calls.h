@@ -25,7 +25,8 @@ struct call {
 // output of a command as it comes cannot be made again, and ends the program.
 std::vector<call> recorded(const std::function<void()> &work);
 
-// Seconds that went into the compilation and use of patterns since the last look, and how many there were.
+// Seconds of a processor that went into the compilation and use of patterns since the last look, and how many
+// there were.
 struct pattern_cost {
     double compiled = 0;
     double used = 0;

@@ -12,6 +12,13 @@ inline double wall_seconds() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
+// What this thread has used: nothing that another one or another process does is in it.
+inline double thread_seconds() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+}
+
 // What this process has used, and the children that it has waited for.
 inline double processor_seconds() {
     double seconds = 0;

@@ -84,13 +84,18 @@ def read(samples):
 
 def patterns(samples, pushed):
     pushes, checks = samples.facts["checks", "patterns"]
-    whole = pushed.median(next(case for case, _ in pushed.rounds), "plugin", "processor")
+    case = next(case for case, _ in pushed.rounds)
+    whole = pushed.median(case, "plugin", "processor")
+    compiled, used, _ = pushed.facts["patterns", case]
 
     def row(name, text):
         seconds = samples.median("patterns", name, "processor") / pushes
         return text, ms(seconds), f"{100 * seconds / whole:.1f} %"
 
-    return f"The push has {checks:.0f} checked values.\n\n" + table(
+    head = (f"The push has {checks:.0f} checked values. Among everything else that it does, it takes {ms(compiled)} ms "
+            f"of a processor to compile\ntheir patterns and {ms(used)} ms to match them. The checks alone, one push "
+            "after the other:\n\n")
+    return head + table(
         ("patterns are compiled", "ms a push", "of the push"),
         [row("as_asked", "at each check, for a yes or no (what the plug-in does)"),
          row("with_groups", "at each check, with the places of groups"),
