@@ -133,6 +133,26 @@ class Outcomes(unittest.TestCase):
                 self.assertEqual((said["outcome"], said.get("reason")), (outcome, reason), said)
                 self.assertIn(text, said.get("message", "") + said.get("suggestion", ""))
 
+    def test_what_was_meant(self):
+        table = [("heron", "2G_SSID", "2g_ssid"), ("heron", "LAN_IP", "lan_ip"), ("heron", "ssid", "2g_ssid"),
+                 ("heron", "timezone", "system_timezone"), ("heron", "reboot", "reboot_flag"),
+                 ("heron", "wan_ip", "wan_ipaddr"), ("heron", "2g_password", "2g_key"), ("heron", " 2g_ssid", "2g_ssid"),
+                 ("heron", "2g_enable", None), ("heron", "wifi_password", None),
+                 ("heron", "guest_ssid", "guest_2g_ssid"), ("heron", "5g_sid", "5g_ssid"), ("heron", "zzz", None),
+                 ("heron", "autoupdate_enabled", "autoupdate_enable"), ("heron", "a" * 65, None)]
+        for model, key, meant in table:
+            with self.subTest(key=key):
+                self.assertEqual(plan({key: "1"}, model)["keys"][0].get("suggestion"), meant)
+
+    def test_what_was_meant_is_on_another_model(self):
+        said = plan({"5g_sid": "x"}, "plover")["keys"][0]
+        self.assertNotIn("suggestion", said)
+        self.assertEqual(said["message"], "there is no such key; did you mean 5g_ssid, which this model does not take "
+                                          "by this route?")
+
+    def test_what_is_sent_already_was_not_meant(self):
+        self.assertNotIn("suggestion", plan({"2g_sid": "a", "2g_ssid": "b"})["keys"][0])
+
     def test_every_member_once_in_its_order(self):
         request = {"hostnam": 1, "2g_ssid": "a", "password": "x", "5g_ssid": "b", "zzz": None}
         self.assertEqual([each["key"] for each in plan(request)["keys"]], list(request))

@@ -69,16 +69,41 @@ std::string missing_for(inquiry &asked, const std::string &key, json_object *giv
                : "";
 }
 
+// "; did you mean ..." for a key that the model does not have; the one that it has goes into the suggestion.
+struct likeness {
+    std::string meant;
+    std::string elsewhere;
+};
+
+// What is in the request already was not meant by another of its members.
+likeness resembling(const inquiry &asked, const std::string &key) {
+    const std::vector<std::string> known = asked.known_keys();
+    const std::set<std::string_view> own(known.begin(), known.end());
+    std::vector<std::string_view> candidates;
+    for (const bool wanted : {true, false})
+        for (const vocabulary::key &each : vocabulary::keys())
+            if (own.contains(each.name) == wanted)
+                candidates.emplace_back(each.name);
+    const std::string meant(nearest_key(key, candidates));
+    if (meant.empty() || json_object_object_get_ex(asked.request(), meant.c_str(), nullptr))
+        return {};
+    if (own.contains(meant))
+        return {meant, ""};
+    return {"", "; did you mean " + meant + ", which this model does not take by this route?"};
+}
+
 key_outcome unknown(inquiry &asked, const std::string &key, json_object *given) {
     if (holds_a_batch(asked, given))
         return row_of(key, outcome::unknown, reason::other, "there is a batch inside: send that alone");
-    const bool elsewhere = vocabulary::find_key(key) != nullptr;
-    if (elsewhere)
-        if (const std::string missing = missing_for(asked, key, given); !missing.empty())
-            return row_of(key, outcome::unknown, reason::other, "not with this configuration: " + missing);
-    const std::string meant = elsewhere ? "" : nearest(key, asked.known_keys());
+    if (vocabulary::find_key(key) == nullptr) {
+        const likeness like = resembling(asked, key);
+        return row_of(key, outcome::unknown, reason::other, "there is no such key" + like.elsewhere,
+                      like.meant);
+    }
+    const std::string missing = missing_for(asked, key, given);
     return row_of(key, outcome::unknown, reason::other,
-                  elsewhere ? "not on this model, by this route" : "there is no such key", meant);
+                  missing.empty() ? "not on this model, by this route"
+                                  : "not with this configuration: " + missing);
 }
 
 // Written although it did not pass its check: the answer alone says so.
