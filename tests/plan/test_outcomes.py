@@ -205,6 +205,15 @@ class WhatHappens(unittest.TestCase):
         paths = [plan(request, factory("falcon", full_read_done=done))["changes"][0]["path"] for done in (False, True)]
         self.assertEqual(paths, ["wireless.@wifi-iface[0].ssid", "wireless.@wifi-iface[1].ssid"])
 
+    def test_a_plan_that_depends_on_the_full_read_says_so(self):
+        for done, state in ((False, "not yet done"), (True, "done")):
+            notes = plan({"2g_htmode": "HT40"}, factory("falcon", full_read_done=done))["notes"]
+            self.assertEqual(notes, ["the keys of this model change bands with the first full read after its start; "
+                                     f"this plan is for a device on which that read was {state}"])
+        for device, request in (("falcon", {"hostname": "x"}), ("falcon", {"2g_key": "short"}), ("falcon", {}),
+                                ("heron", {"2g_htmode": "HT40"})):
+            self.assertNotIn("notes", plan(request, device))
+
     def test_what_was_recorded_before_is_committed_with_the_rest(self):
         device = factory("heron", files={"/tmp/.uci/network": "network.lan.proto='dhcp'\n-network.wan.ifname\n"})
         changes = plan({}, device)["changes"]

@@ -4,6 +4,7 @@
 
 #include "devkit/apid/text.h"
 #include "plugin/aerolink.h"
+#include "tools/plan/bands.h"
 #include "tools/plan/plan.h"
 #include "tools/vocabulary/keys.h"
 
@@ -303,10 +304,7 @@ std::vector<std::string> notes_on(rehearsal &stage, const snapshot &device,
     });
     if (same)
         return {};
-    return {std::string(
-                "the keys of this model change bands with the first full read after its start; this batch is "
-                "for a device on which that read was ") +
-            (device.full_read_done ? "done" : "not yet done")};
+    return {bands_note("this batch", device)};
 }
 
 } // namespace

@@ -10,11 +10,7 @@
 
 namespace plan {
 
-// What the effect does to the router besides its configuration; "" for what need not be told.
-std::string deed_of(const effect &each);
-
-// Plans that say the same of every key, do the same besides and end alike; only names of sections and old
-// values may differ.
+// Plans that say the same of every key and end alike; names of sections, values and commands may differ.
 struct block {
     std::vector<const request_plan *> plans; // never none
 
@@ -29,15 +25,27 @@ struct block_change {
     std::string package;
     std::vector<std::string> sections;
     std::string option; // "" for a section itself
+    std::string key;    // as option_change has it
     std::optional<std::string> from;
     bool same_from = true; // false: the old values differ
     std::optional<std::string> to;
+    bool same_to = true; // false: the new ones do too, as digests of one secret
+    bool unforeseen = false;
     std::vector<const request_plan *> plans; // that have it
 
     // "wireless.{wifi0,radio0}.htmode"
     std::string path() const;
 };
 
+// In the order of the first plan; what an option ends with on other models stands beside it.
 std::vector<block_change> changes_of(const block &shown, std::vector<option_change> request_plan::*list);
+
+// What the plans do to the router besides its configuration, in the order of each.
+struct block_deed {
+    std::string text;
+    std::vector<const request_plan *> plans; // that do it
+};
+
+std::vector<block_deed> deeds_of(const block &shown);
 
 } // namespace plan

@@ -53,7 +53,8 @@ private:
         if (from == to)
             return;
         const auto known = written_.find(path);
-        out_.push_back({known != written_.end() ? known->second : shown, std::move(from), std::move(to)});
+        out_.push_back(
+            {known != written_.end() ? known->second : shown, std::move(from), std::move(to), "", false});
     }
 
     void compare(const uci::package &owner, const uci::section *from, const uci::section *to) {

@@ -17,6 +17,8 @@ struct option_change {
     std::string path;
     std::optional<std::string> from;
     std::optional<std::string> to;
+    std::string key{};       // the member that it was written for; "" where no row tells
+    bool unforeseen = false; // `to` is only one of the values that it may come to
 };
 
 // The values of a list joined by a space, or the only one.

@@ -125,12 +125,24 @@ std::map<std::string, std::string> configuration::written_paths() {
     return result;
 }
 
+void configuration::sort_by_writing(std::vector<option_change> &changes) const {
+    std::unordered_map<std::string_view, size_t> places;
+    for (const std::string *each : written_)
+        places.emplace(*each, places.size() + 1);
+    const auto place = [&](const option_change &each) {
+        const auto known = places.find(each.path);
+        return known == places.end() ? 0 : known->second;
+    };
+    std::ranges::stable_sort(changes, std::ranges::less(), place);
+}
+
 std::vector<option_change> configuration::committed_changes() {
     const std::map<std::string, std::string> written = written_paths();
     std::vector<option_change> result;
     for (const slot &each : slots_)
         if (each.marked.committed != each.now.committed)
             compare(each.marked.committed.get(), each.now.committed.get(), written, result);
+    sort_by_writing(result);
     return result;
 }
 
@@ -145,6 +157,7 @@ std::vector<option_change> configuration::recorded_changes() {
     for (const slot &each : slots_)
         if (each.now.committed != each.now.current)
             compare(each.now.committed.get(), each.now.current.get(), written, result);
+    sort_by_writing(result);
     return result;
 }
 

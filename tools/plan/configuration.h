@@ -64,7 +64,8 @@ public:
     // Makes the package exist, empty, where it does not.
     void create_package(const std::string &name);
 
-    // What differs between the committed states at the mark and now. Paths are those that a play has used.
+    // What differs between the committed states at the mark and now, in the order of first writing, before it
+    // what no play has written. Paths are those that a play has used.
     std::vector<option_change> committed_changes();
 
     // The committed state of a package now; null when it does not exist.
@@ -106,6 +107,7 @@ private:
     uci::section *section_of(const known_path &wanted);
     const uci::option *option_at(const known_path &wanted);
     std::map<std::string, std::string> written_paths();
+    void sort_by_writing(std::vector<option_change> &changes) const;
 
     const char *get(const char *path);
     bool set(const char *path, const char *value);

@@ -2,21 +2,27 @@
 // What a request would do to a device.
 #include "tools/plan/plan.h"
 
+#include "tools/plan/bands.h"
 #include "tools/plan/json.h"
 #include "tools/plan/radios.h"
 #include "tools/plan/reasons.h"
+#include "tools/vocabulary/keys.h"
 
 #include <algorithm>
 #include <array>
-#include <map>
+#include <utility>
 
 namespace plan {
 
 namespace {
 
+constexpr std::string_view mask = "***";
 constexpr std::array outcome_names{"changed", "same", "applied", "refused", "ignored", "unknown"};
 constexpr std::array reason_names{"",      "check",    "too-long",   "too-short", "level", "type",
                                   "unset", "repeater", "overridden", "never",     "other"};
+
+// Whether it stores the password, of which the router keeps a salted digest.
+bool is_digest(const effect &each) { return each.kind == stage_set && each.key == "password"; }
 
 std::string text_or_nothing(const char *text) { return text != nullptr ? text : ""; }
 
@@ -28,7 +34,58 @@ effect kept(const stage_effect &each) {
             each.kind == stage_write ? std::string(each.value, each.length) : text_or_nothing(each.value),
             text_or_nothing(each.key),
             each.kind == stage_sleep ? each.seconds : each.number,
-            each.unforeseen};
+            each.unforeseen,
+            ""};
+}
+
+// How much of the text the word takes at its beginning, where a backslash may stand before each letter; 0
+// when something else stands there.
+size_t length_of(std::string_view word, std::string_view text) {
+    size_t at = 0;
+    for (const char c : word) {
+        at += text.substr(at, 1) == "\\" && text.substr(at + 1, 1) == std::string_view(&c, 1) ? 1 : 0;
+        if (text.substr(at, 1) != std::string_view(&c, 1))
+            return 0;
+        ++at;
+    }
+    return at;
+}
+
+std::string masked(const std::string &text, std::string_view secret) {
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = length_of(secret, std::string_view(text).substr(at));
+        result += length > 0 ? mask : std::string_view(text).substr(at, 1);
+        at += std::max<size_t>(length, 1);
+    }
+    return result;
+}
+
+// A command line may hold what nobody should read over a shoulder.
+void mask_secrets(std::vector<effect> &effects, json_object *request) {
+    json_object_object_foreach(request, name, value) {
+        const vocabulary::key *known = vocabulary::find_key(name);
+        const char *secret = json_object_get_string(value);
+        if (known == nullptr || known->secrecy != vocabulary::secrecy::secret || secret == nullptr)
+            continue;
+        for (effect &each : effects) {
+            if (each.key != name || each.kind == stage_log || each.kind == stage_set)
+                continue;
+            if (std::string without = masked(each.subject, secret); without != each.subject)
+                each.masked = std::move(without);
+        }
+    }
+}
+
+// The members that the changes were made for, and what of them a service code would decide.
+void attribute(std::vector<option_change> &changes, const std::vector<effect> &effects,
+               const snapshot &device) {
+    for (option_change &change : changes)
+        for (const effect &each : effects)
+            if (each.done && each.kind == stage_set && each.subject == change.path) {
+                change.key = each.key;
+                change.unforeseen = is_digest(each) && !device.service_code;
+            }
 }
 
 bool starts(const effect &each, std::string_view command) {
@@ -55,12 +112,36 @@ std::vector<std::string> notes_of(const request_plan &made, const snapshot &devi
     std::vector<std::string> notes;
     for (const effect &each : made.effects)
         if (each.unforeseen)
-            notes.push_back("only the router's shell could tell what this comes to: " + each.subject);
-    const bool has_digest = std::ranges::any_of(
-        made.effects, [](const effect &each) { return each.kind == stage_set && each.key == "password"; });
-    if (has_digest && !device.service_code)
+            notes.push_back("only the router's shell could tell what this comes to: " +
+                            (each.masked.empty() ? each.subject : each.masked));
+    if (std::ranges::any_of(made.effects, is_digest) && !device.service_code)
         notes.emplace_back("the service code is not known: the password's digest will be another one");
     return notes;
+}
+
+std::vector<std::pair<std::string, std::string>> writes_of(const std::vector<effect> &effects) {
+    std::vector<std::pair<std::string, std::string>> writes;
+    for (const effect &each : effects)
+        if (each.kind == stage_set)
+            writes.emplace_back(each.subject, each.value);
+    return writes;
+}
+
+// Whether the request would write something else if the settings had been read in full before, or had not.
+// The stage is left with the device.
+bool depends_on_full_read(rehearsal &stage, const snapshot &device, const route &asked, json_object *request,
+                          const request_plan &made) {
+    if (json_object_object_length(request) == 0 || !stage.changes_bands())
+        return false;
+    snapshot other = device;
+    other.full_read_done = !device.full_read_done;
+    stage.set_device(other);
+    stage.play(asked.handler, request);
+    std::vector<effect> theirs;
+    for (const stage_effect &each : stage.effects())
+        theirs.push_back(kept(each));
+    stage.set_device(device);
+    return writes_of(made.effects) != writes_of(theirs);
 }
 
 } // namespace
@@ -94,6 +175,7 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
     made.id = device.id;
     made.model = device.model;
     made.route = asked.path;
+    made.reads = asked.method == "get";
     stage.set_device(device);
     const stage_result result = stage.play(asked.handler, request);
     made.result = result.result;
@@ -103,11 +185,16 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
         made.effects.push_back(kept(each));
     made.changes = stage.options().committed_changes();
     made.uncommitted = stage.options().recorded_changes();
+    attribute(made.changes, made.effects, device);
+    attribute(made.uncommitted, made.effects, device);
+    mask_secrets(made.effects, request);
     made.radios_on = radios_on(stage.options().committed("wireless"));
     made.then = end_of(made.effects);
     made.notes = notes_of(made, device);
     if (explained)
         made.keys = outcomes_of(stage, device, asked, request, made);
+    if (depends_on_full_read(stage, device, asked, request, made))
+        made.notes.push_back(bands_note("this plan", device));
     return made;
 }
 

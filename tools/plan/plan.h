@@ -54,6 +54,7 @@ struct effect {
     std::string subject, parameter, value, key;
     int number = 0;
     bool unforeseen = false; // what the command answers and does is not known here
+    std::string masked{};    // the subject with "***" for the request's secrets; "" when it holds none
 };
 
 struct route {
@@ -69,6 +70,7 @@ struct request_plan {
     std::string id; // JSON text; "" for none
     std::string model;
     std::string route;
+    bool reads = false; // the route is one that reads
     int result = 0;
     std::string response; // JSON text
     std::vector<key_outcome> keys;

@@ -74,6 +74,7 @@ void write_change(std::string &out, const option_change &each) {
     object.text("path", each.path);
     object.text_or_null("from", each.from);
     object.text_or_null("to", each.to);
+    object.flag("unforeseen", each.unforeseen);
 }
 
 // What the subject of a kind is called; nothing for a kind without.

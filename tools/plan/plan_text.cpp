@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -45,13 +46,26 @@ std::string shown(std::string_view text) {
     return out;
 }
 
-// A digest, or a value that somebody has made to fill the screen; the JSON has all of it.
-std::string cut(const std::string &text) {
-    return text.size() <= longest_shown ? text : text.substr(0, longest_shown - 3) + "...";
+// A digest, or a text that somebody has made to fill the screen; the JSON has all of it.
+std::string cut(const std::string &text, size_t longest) {
+    if (text.size() <= longest)
+        return text;
+    size_t end = longest - 3;
+    while (end > longest - 6 && (static_cast<unsigned char>(text[end]) & 0xc0U) == 0x80)
+        --end;
+    return text.substr(0, end) + "...";
 }
 
 std::string quoted(const std::optional<std::string> &value) {
-    return value ? "'" + shown(cut(*value)) + "'" : "(none)";
+    return value ? "'" + shown(cut(*value, longest_shown)) + "'" : "(none)";
+}
+
+// A member's name, in quotes where it is none that could stand in a sentence.
+std::string shown_key(const std::string &key) {
+    const bool plain = !key.empty() && std::ranges::all_of(key, [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '_' || c == '-' || c == '.';
+    });
+    return plain ? key : "\"" + shown(cut(key, longest_shown)) + "\"";
 }
 
 class page {
@@ -121,7 +135,7 @@ const char *colour_of(outcome value) {
 }
 
 std::string sentence_of(const key_outcome &each) {
-    std::string text = shown(each.key) + ": " + shown(each.message);
+    std::string text = shown_key(each.key) + ": " + shown(each.message);
     if (!each.suggestion.empty())
         text += "; did you mean " + each.suggestion + "?";
     return text;
@@ -132,7 +146,7 @@ std::string sentence_in(const block &shown_block, size_t number) {
     const key_outcome &own = shown_block.first().keys[number];
     for (const request_plan *each : shown_block.plans)
         if (each->keys[number].message != own.message)
-            return shown(own.key) + ": the option holds nothing yet";
+            return shown_key(own.key) + ": the option holds nothing yet";
     return sentence_of(own);
 }
 
@@ -147,21 +161,27 @@ void add_findings(page &out, const block &shown_block) {
             out.line("33", "note", sentence_of(each));
 }
 
-// Of which models of the block a change is, in the fewer names; "" when it is of all.
-std::string models_of(const block_change &each, const block &shown_block) {
+// Which models of the block these are, in the fewer names; "" when they are all.
+std::string models_of(const std::vector<const request_plan *> &plans, const block &shown_block) {
     std::vector<const request_plan *> others;
     for (const request_plan *made : shown_block.plans)
-        if (std::ranges::find(each.plans, made) == each.plans.end())
+        if (std::ranges::find(plans, made) == plans.end())
             others.push_back(made);
     if (others.empty())
         return "";
-    return others.size() < each.plans.size() ? "  (not " + names_of(others, SIZE_MAX) + ")"
-                                             : "  (" + names_of(each.plans, SIZE_MAX) + ")";
+    return others.size() < plans.size() ? "  (not " + names_of(others, SIZE_MAX) + ")"
+                                        : "  (" + names_of(plans, SIZE_MAX) + ")";
+}
+
+std::string new_value_of(const block_change &each) {
+    if (each.unforeseen)
+        return "(a digest that depends on the service code)";
+    return each.same_to ? quoted(each.to) : "(differs)";
 }
 
 std::string sentence_of(const block_change &each, const block &shown_block) {
     return each.path() + ": " + (each.same_from ? quoted(each.from) : "(differs)") + " -> " +
-           quoted(each.to) + models_of(each, shown_block);
+           new_value_of(each) + models_of(each.plans, shown_block);
 }
 
 void add_changes(page &out, const block &shown_block) {
@@ -170,7 +190,7 @@ void add_changes(page &out, const block &shown_block) {
     std::string same;
     for (const key_outcome &each : shown_block.first().keys)
         if (each.outcome == outcome::same)
-            same += (same.empty() ? "" : ", ") + shown(each.key);
+            same += (same.empty() ? "" : ", ") + shown_key(each.key);
     if (!same.empty())
         out.line("", "same", same);
     for (const block_change &each : changes_of(shown_block, &request_plan::uncommitted))
@@ -178,9 +198,8 @@ void add_changes(page &out, const block &shown_block) {
 }
 
 void add_commands(page &out, const block &shown_block) {
-    for (const effect &each : shown_block.first().effects)
-        if (const std::string deed = deed_of(each); each.done && !deed.empty())
-            out.line("36", "run", shown(deed.substr(0, longest_command)));
+    for (const block_deed &each : deeds_of(shown_block))
+        out.line("36", "run", shown(cut(each.text, longest_command)) + models_of(each.plans, shown_block));
 }
 
 const char *end_in_words(std::string_view then) {
@@ -200,34 +219,61 @@ void add_end(page &out, const block &shown_block) {
         out.line("33", "note", shown(note));
 }
 
-// "2 changed, 1 refused"
+// What is to be said of a request without a member.
+std::string sum_of_nothing(const request_plan &made) {
+    if (!made.reads)
+        return "nothing was asked for";
+    const json_owner answer = parse_json(made.response);
+    const int members =
+        json_object_is_type(answer.get(), json_type_object) ? json_object_object_length(answer.get()) : 0;
+    return "a read, answered with " + std::to_string(members) + " members";
+}
+
+// "3 keys: 2 changed, 1 refused"
 std::string counts_of(const request_plan &made) {
     std::array<size_t, 6> counts{};
     for (const key_outcome &each : made.keys)
         ++counts.at(static_cast<size_t>(each.outcome));
-    std::string text;
-    for (size_t i = 0; i < counts.size(); ++i)
-        if (counts.at(i) > 0)
-            text += (text.empty() ? "" : ", ") + std::to_string(counts.at(i)) + " " +
-                    to_text(static_cast<outcome>(i));
-    return text.empty() ? "nothing was asked for" : text;
+    std::string text = std::to_string(made.keys.size()) + (made.keys.size() == 1 ? " key" : " keys");
+    const char *separator = ": ";
+    for (size_t i = 0; i < counts.size(); ++i) {
+        if (counts.at(i) == 0)
+            continue;
+        text += separator + std::to_string(counts.at(i)) + " " + to_text(static_cast<outcome>(i));
+        separator = ", ";
+    }
+    return text;
+}
+
+// Of a request of which every key is taken on every model.
+std::string sum_without_findings(const std::vector<request_plan> &made) {
+    const auto is_same = [](const key_outcome &each) { return each.outcome == outcome::same; };
+    const auto all_same = [&](const request_plan &each) { return std::ranges::all_of(each.keys, is_same); };
+    const auto any_same = [&](const request_plan &each) { return std::ranges::any_of(each.keys, is_same); };
+    if (std::ranges::all_of(made, all_same))
+        return "every option had its value on each";
+    return std::ranges::any_of(made, any_same)
+               ? "every key has an effect on each, or its option had the value"
+               : "every key has an effect on each";
 }
 
 // "23 models: lan_ip has no effect on 17 of them, password on 23"
 std::string sum_of(const std::vector<request_plan> &made) {
     if (made.size() == 1)
-        return counts_of(made.front());
+        return made.front().keys.empty() ? sum_of_nothing(made.front()) : counts_of(made.front());
+    const std::string models = std::to_string(made.size()) + " models: ";
+    if (made.front().keys.empty())
+        return models + (made.front().reads ? "a read" : sum_of_nothing(made.front()));
     std::string text;
     for (size_t i = 0; i < made.front().keys.size(); ++i) {
         const auto count = std::ranges::count_if(
             made, [&](const request_plan &each) { return is_finding(each.keys[i].outcome); });
         if (count > 0)
-            text += (text.empty() ? "" : ", ") + shown(made.front().keys[i].key) +
+            text += (text.empty() ? "" : ", ") + shown_key(made.front().keys[i].key) +
                     (text.empty() ? " has no effect on " : " on ") + std::to_string(count) +
                     (text.empty() ? " of them" : "");
     }
-    return std::to_string(made.size()) +
-           " models: " + (text.empty() ? "every key has an effect on each" : text);
+    return models + (text.empty() ? sum_without_findings(made) : text);
 }
 
 } // namespace
@@ -264,7 +310,8 @@ std::string findings_of(const request_plan &made) {
     for (const key_outcome &each : made.keys) {
         if (!is_finding(each.outcome))
             continue;
-        text += name + ": " + shown(each.key) + ": " + to_text(each.outcome) + ": " + shown(each.message) +
+        text += name + ": " + shown_key(each.key) + ": " + to_text(each.outcome) + ": " +
+                shown(each.message) +
                 (each.suggestion.empty() ? "" : "; did you mean " + each.suggestion + "?") + "\n";
     }
     return text;

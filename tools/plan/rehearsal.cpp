@@ -18,6 +18,7 @@ constexpr const char *time_zone_file = "/usr/share/zoneinfo/tzdata.lua";
 constexpr const char *companion_file = "/etc/config/xwf";
 constexpr const char *full_read_route = "/cloud/aerolink/batch_get";
 constexpr const char *filling = "1"; // what a filled option holds: anything
+constexpr size_t models_limit = 256; // of which something is kept
 constexpr const bool repeater_up = true;
 
 int digest(const char *text, char *output) {
@@ -39,6 +40,11 @@ private:
     void step(uint64_t next) { value_ = (value_ ^ next) * 1099511628211U; }
     uint64_t value_ = 14695981039346656037U;
 };
+
+void read_in_full() {
+    const json_owner nothing(json_object_new_object());
+    stage_play(stage_route("get", full_read_route), nothing.get());
+}
 
 } // namespace
 
@@ -86,10 +92,8 @@ void rehearsal::set_device(const snapshot &device) {
         this);
     stage_set_acting(true);
     put_files(device);
-    if (device.full_read_done) {
-        const json_owner nothing(json_object_new_object());
-        stage_play(stage_route("get", full_read_route), nothing.get());
-    }
+    if (device.full_read_done)
+        read_in_full();
     if (device.reboot_pending)
         *stage_integers()->batch_status = 0;
     stage_mark();
@@ -122,6 +126,19 @@ stage_result rehearsal::play(stage_handler *handler, json_object *request, const
     vary(other);
     asked_for_.clear();
     return stage_play(handler, request);
+}
+
+bool rehearsal::changes_bands() {
+    if (changes_bands_.size() > models_limit)
+        changes_bands_.clear();
+    const auto [known, is_new] = changes_bands_.try_emplace(device_->model);
+    if (is_new) {
+        stage_put_back();
+        read_in_full();
+        known->second = *stage_integers()->falcon_2g_5g_swap_done != 0;
+        stage_put_back();
+    }
+    return known->second;
 }
 
 stage_result rehearsal::play_on(stage_handler *handler, json_object *request) {

@@ -52,6 +52,10 @@ public:
     // nor does what was tried in vain.
     uint64_t signature() const;
 
+    // Whether keys of the device's model change bands with its first full read. Ends what play has left
+    // behind.
+    bool changes_bands();
+
     configuration &options() { return options_; }
 
     // The members of the request that the last play has asked for, again and again where it has. The names
@@ -67,6 +71,7 @@ private:
     companion_plugin companion_;
     const snapshot *device_ = nullptr;
     std::map<std::string, std::vector<uci::package>> factory_packages_; // of the models that were asked for
+    std::map<std::string, bool> changes_bands_;                         // by model
     stage_device facts_{};
     std::vector<const char *> asked_for_;
 };
