@@ -176,7 +176,7 @@ std::string configuration::lack_of(const std::string &path) {
         return "";
     if (!slots_[known.package].now.current)
         return "there is no package " + known.where.package;
-    return known.where.package + " has no section " + known.where.section;
+    return "this device has no section " + known.where.package + "." + known.where.section;
 }
 
 text_table<known_path>::value_type &configuration::entry_of(std::string_view path) {

@@ -118,6 +118,16 @@ std::string inquiry::lack_of(const std::string &key, json_object *request, const
     return "";
 }
 
+std::string inquiry::failure_of(const std::string &key) {
+    const auto failed = std::ranges::find_if(made_.effects, [&](const effect &each) {
+        return each.kind == stage_set && !each.done && each.key == key;
+    });
+    if (failed == made_.effects.end())
+        return "";
+    play(request_, {});
+    return stage_.options().lack_of(failed->subject);
+}
+
 std::vector<std::string> inquiry::effective_keys(json_object *request) {
     play(request, {});
     std::vector<std::string> keys;

@@ -48,6 +48,9 @@ public:
     // What this device lacks of what the key would write to on the other one, in words; "" for nothing.
     std::string lack_of(const std::string &key, json_object *request, const variation &other);
 
+    // What kept the key from being written although the route tried to, in words; "" for nothing.
+    std::string failure_of(const std::string &key);
+
     // The keys of this request whose rows have effects.
     std::vector<std::string> effective_keys(json_object *request);
 

@@ -15,6 +15,8 @@ namespace plan {
 namespace {
 
 constexpr int not_acceptable = -4;
+constexpr size_t members_looked_at = 32; // of what may be a batch
+constexpr size_t few_keys = 8;           // that a sentence can hold
 
 // --- Keys that no row accounts for ---------------------------------------------------------------
 
@@ -48,15 +50,45 @@ std::set<std::string> showing(inquiry &asked, const std::vector<std::string> &ca
 
 // --- Keys that the route does not know -----------------------------------------------------------
 
-bool holds_a_batch(const inquiry &asked, json_object *value) {
-    if (!json_object_is_type(value, json_type_object))
-        return false;
-    json_object_object_foreach(value, name, member) {
-        static_cast<void>(member);
-        if (asked.is_asked_for(name))
-            return true;
+// The object that the value is, that it begins with as an array, or that it is the text of; null for none.
+json_owner object_in(json_object *value) {
+    if (json_object_is_type(value, json_type_array) && json_object_array_length(value) > 0)
+        value = json_object_array_get_idx(value, 0);
+    if (json_object_is_type(value, json_type_object))
+        return json_owner(json_object_get(value));
+    if (!json_object_is_type(value, json_type_string) || !text_of(value).starts_with('{'))
+        return nullptr;
+    try {
+        return parse_json(text_of(value));
+    } catch (const input_error &) {
+        return nullptr;
     }
-    return false;
+}
+
+bool resembles_a_key(const inquiry &asked, const char *name) {
+    static const std::vector<std::string_view> names = [] {
+        std::vector<std::string_view> all;
+        for (const vocabulary::key &each : vocabulary::keys())
+            all.emplace_back(each.name);
+        return all;
+    }();
+    return asked.is_asked_for(name) || !nearest_key(name, names).empty();
+}
+
+// Whether most of what is in the value, or of its beginning, are keys.
+bool holds_a_batch(const inquiry &asked, json_object *value) {
+    const json_owner inner = object_in(value);
+    if (!inner)
+        return false;
+    size_t members = 0;
+    size_t keys = 0;
+    json_object_object_foreach(inner.get(), name, member) {
+        static_cast<void>(member);
+        if (++members > members_looked_at)
+            break;
+        keys += resembles_a_key(asked, name) ? 1 : 0;
+    }
+    return keys > 0 && 2 * keys >= std::min(members, members_looked_at);
 }
 
 // What a device of this model lacks, of which one fresh from the factory has the key; "" for nothing.
@@ -92,12 +124,23 @@ likeness resembling(const inquiry &asked, const std::string &key) {
     return {"", "; did you mean " + meant + ", which this model does not take by this route?"};
 }
 
+// "; the route has ..." for a route of few keys.
+std::string few_keys_of(const inquiry &asked) {
+    const std::vector<std::string> known = asked.known_keys();
+    const std::set<std::string> own(known.begin(), known.end());
+    std::string text;
+    for (const std::string &each : own)
+        text += (text.empty() ? "; the route has " : ", ") + each;
+    return own.size() <= few_keys ? text : "";
+}
+
 key_outcome unknown(inquiry &asked, const std::string &key, json_object *given) {
     if (holds_a_batch(asked, given))
         return row_of(key, outcome::unknown, reason::other, "there is a batch inside: send that alone");
     if (vocabulary::find_key(key) == nullptr) {
         const likeness like = resembling(asked, key);
-        return row_of(key, outcome::unknown, reason::other, "there is no such key" + like.elsewhere,
+        const std::string others = like.meant.empty() && like.elsewhere.empty() ? few_keys_of(asked) : "";
+        return row_of(key, outcome::unknown, reason::other, "there is no such key" + like.elsewhere + others,
                       like.meant);
     }
     const std::string missing = missing_for(asked, key, given);
@@ -111,6 +154,16 @@ bool is_answered_false(json_object *response, const std::string &key) {
     json_object *answer = nullptr;
     return json_object_object_get_ex(response, key.c_str(), &answer) &&
            json_object_is_type(answer, json_type_string) && text_of(answer) == "set false";
+}
+
+// A text is wanted, and a container's JSON text is one.
+std::string note_on_type(const std::string &key, json_object *given) {
+    const json_type type = json_object_get_type(given);
+    const vocabulary::key *known = vocabulary::find_key(key);
+    if ((type != json_type_object && type != json_type_array) || known == nullptr ||
+        known->kind != vocabulary::kind::text)
+        return "";
+    return std::string(type == json_type_object ? "an object" : "an array") + ": stored as its JSON text";
 }
 
 } // namespace
@@ -139,14 +192,12 @@ std::vector<key_outcome> outcomes_of(rehearsal &stage, const snapshot &device, c
     const std::vector<std::string> surely = acceptable_together(asked, open);
     for (key_outcome &each : result) {
         json_object *given = json_object_object_get(request, each.key.c_str());
-        if (each.outcome != outcome::unknown)
-            continue;
-        if (in_sight.contains(each.key))
-            each = by_difference(asked, seen, each.key, given);
-        else if (asked.is_asked_for(each.key))
-            each = silent(asked, each.key, given, surely);
-        else
-            each = unknown(asked, each.key, given);
+        if (each.outcome == outcome::unknown)
+            each = in_sight.contains(each.key)    ? by_difference(asked, seen, each.key, given)
+                   : asked.is_asked_for(each.key) ? silent(asked, each.key, given, surely)
+                                                  : unknown(asked, each.key, given);
+        if (!is_finding(each.outcome) && each.message.empty())
+            each.message = note_on_type(each.key, given);
     }
     return result;
 }

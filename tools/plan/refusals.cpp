@@ -57,6 +57,8 @@ key_outcome ignored(inquiry &asked, const std::string &key, json_object *good) {
         return asked.has_effect(key, asked.request(), other) ||
                (good != nullptr && asked.has_effect(key, asked.with(key, good).get(), other));
     };
+    if (std::string missing = asked.failure_of(key); !missing.empty())
+        return because(reason::other, std::move(missing));
     variation filled;
     std::string paths;
     for (const batch_entry *row : asked.rows_of(key)) {
