@@ -6,6 +6,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <array>
+#include <filesystem>
 #include <memory>
 
 namespace plan {
@@ -64,8 +65,16 @@ void read_entry(archive *opened, const std::string &path, std::string *out, size
     }
 }
 
+// A path that only leads to what is of use by way of "..", "." or "//" is no path that a device writes.
+void expect_straight(const std::string &path) {
+    const std::string meant = std::filesystem::path(path).lexically_normal();
+    if (meant != path && is_of_use(meant))
+        throw input_error(path + " in the backup is another way to write " + meant);
+}
+
 void take_entry(archive *opened, archive_entry *entry, file_map &out, size_t &unpacked) {
     const std::string path(plain_path(archive_entry_pathname(entry)));
+    expect_straight(path);
     if (!is_of_use(path)) {
         read_entry(opened, path, nullptr, unpacked);
         return;

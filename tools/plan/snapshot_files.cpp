@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 
 namespace plan {
@@ -32,10 +33,20 @@ std::optional<std::string> fact(const file_map &files, std::string_view name) {
     return first_line(files, std::string(device_folder) + std::string(name));
 }
 
-uci::package read_package(const std::string &path, const std::string &text) {
+// Whether it is named as a firmware names its packages, and not as editors and people name copies of them.
+bool is_ordinary(std::string_view name) {
+    return std::ranges::all_of(name,
+                               [](unsigned char c) { return std::isalnum(c) != 0 || c == '_' || c == '-'; });
+}
+
+// Nothing for a file that does not parse and has an odd name: `uci` passes over it too.
+std::optional<uci::package> read_package(const std::string &path, const std::string &text) {
+    const std::string name = path.substr(config_folder.size());
     try {
-        return parse_package(path.substr(config_folder.size()), text);
+        return parse_package(name, text);
     } catch (const input_error &problem) {
+        if (!is_ordinary(name))
+            return std::nullopt;
         throw input_error(path + ": " + problem.what());
     }
 }
@@ -52,7 +63,8 @@ void read_configuration(const file_map &files, snapshot &out) {
             if (size > configuration_limit)
                 throw input_error("the configuration is larger than " + std::to_string(configuration_limit) +
                                   " bytes");
-            out.packages.push_back(read_package(path, text));
+            if (std::optional<uci::package> content = read_package(path, text))
+                out.packages.push_back(std::move(*content));
         } else if (is_in(delta_folder, path)) {
             const std::string name = path.substr(delta_folder.size());
             out.changes[name] = uci::parse_delta(name, text).changes;

@@ -29,8 +29,10 @@ void take(const descriptor &root, const std::string &path, const std::string &st
     if (!file)
         throw input_error(path + ": " +
                           (errno == EXDEV ? "it leads out of the folder" : std::strerror(errno)));
-    if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (fstat(file.number(), &status) != 0 || S_ISDIR(status.st_mode))
         return;
+    if (!S_ISREG(status.st_mode))
+        throw input_error(path + " is no plain file");
     std::optional<std::string> text = read_all(file, file_limit);
     if (!text)
         throw input_error(path + ": larger than " + std::to_string(file_limit) + " bytes");
