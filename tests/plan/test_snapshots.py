@@ -102,11 +102,20 @@ class Folder(Sources):
             self.put(f"etc/config/p{number}", "")
         self.refused("etc/config: more than 512 files", "--device", device, "--model", "finch", "{}")
 
-    def test_special_files_are_passed_over(self):
+    def test_special_files(self):
         device = self.device()
-        subprocess.run(["mkfifo", device / "etc/config/pipe"], check=True)
         (device / "etc/config/folder").mkdir()
         self.assertEqual(planned("--device", device, "--model", "finch", "{}")["result"], 0)
+        subprocess.run(["mkfifo", device / "etc/config/pipe"], check=True)
+        self.refused("etc/config/pipe is no plain file", "--device", device, "--model", "finch", "{}")
+
+    def test_copies_that_do_not_parse_are_passed_over(self):
+        device = self.put("etc/config/network~", "config interface 'lan'\n\toption\n")
+        self.device()
+        made = json.loads(run("snapshot", "--device", device, "--model", "finch").stdout)
+        self.assertEqual(made["uci"].count("package "), 2)
+        self.put("etc/config/network-old", "config interface 'lan'\n\toption\n")
+        self.refused("etc/config/network-old: Parse error", "--device", device, "--model", "finch", "{}")
 
 
 class Backup(Sources):
@@ -136,8 +145,8 @@ class Backup(Sources):
         self.assertIn(b"network.lan.ipaddr: '10.0.0.1' -> '10.0.0.2'", done.stdout)
 
     def test_nothing_is_written_or_followed(self):
-        hostile = [("../../etc/config/evil", b"x"), ("/etc/../etc/config/evil", b"x"), ("etc/config/../evil", b"x"),
-                   ("etc/config/a/b", b"x"), ("etc/config/.hidden", b"x")]
+        hostile = [("../../etc/config/evil", b"x"), ("etc/config/../evil", b"x"), ("etc/config/a/b", b"x"),
+                   ("etc/config/.hidden", b"x")]
         before = sorted(self.folder.rglob("*"))
         path = self.backup(self.GOOD + hostile)
         made = run("snapshot", "--device", path, "--model", "finch")
@@ -154,6 +163,8 @@ class Backup(Sources):
         for kind in (tarfile.SYMTYPE, tarfile.LNKTYPE, tarfile.FIFOTYPE, tarfile.CHRTYPE):
             self.refused("etc/config/dhcp in the backup is no plain file", "--device",
                          self.backup([*self.GOOD, special(kind)]), *model)
+        for path in ("etc/config/../config/wireless", "/etc/../etc/config/evil", "etc//config/dhcp", "etc/config/./dhcp"):
+            self.refused("another way to write etc/config/", "--device", self.backup([*self.GOOD, (path, b"")]), *model)
         self.refused("twice", "--device", self.backup([*self.GOOD, self.GOOD[0]]), *model)
         self.refused("larger than 1048576 bytes", "--device",
                      self.backup([("etc/config/big", b"#" * (1 << 20) + b"#")]), *model)
@@ -188,6 +199,17 @@ class Export(Sources):
         done = run("plan", "--device", "-", "--model", "heron", "--route", "batch_get", "--json",
                    '{"name": ["2g_ssid"]}', stdin=text)
         self.assertEqual(json.loads(done.stdout)["response"], {"2g_ssid": "caf\ufffd"}, done.stderr)
+        self.assertEqual(json.loads(done.stdout)["notes"],
+                         ["the answer holds bytes that are no UTF-8: U+FFFD stands for them"])
+        done = run("plan", "--device", "-", "--model", "heron", "--json", '{"2g_ssid": "x"}', stdin=text)
+        self.assertEqual(json.loads(done.stdout)["changes"][0]["from"], "caf\ufffd")
+        self.assertEqual(json.loads(done.stdout)["notes"], [
+            "wireless.@wifi-iface[0].ssid holds bytes that are no UTF-8: in JSON U+FFFD stands for them"])
+        done = run("snapshot", "--device", "-", "--model", "heron", stdin=text)
+        self.assertEqual(done.stderr.decode(), "aerolink snapshot: wireless.@wifi-iface[0].ssid holds bytes that are no "
+                                               "UTF-8: U+FFFD stands for them\n")
+        self.assertEqual(json.loads(done.stdout)["uci"].count("caf\ufffd"), 1)
+        self.assertEqual(run("snapshot").stderr, "")
 
     def test_what_is_refused(self):
         for text, reason in ((NETWORK, "attempt to import a file without a package name"), ("", "no configuration"),

@@ -139,8 +139,13 @@ int run_snapshot(int count, char **words) {
             print(snapshot_usage);
             return static_cast<int>(exit_fine);
         }
-        for (const snapshot &each : devices_of(chosen))
+        for (const snapshot &each : devices_of(chosen)) {
             print(to_json(each) + "\n");
+            for (const std::string &name : replaced_in_json(each))
+                std::fprintf(stderr,
+                             "aerolink snapshot: %s holds bytes that are no UTF-8: U+FFFD stands for them\n",
+                             name.c_str());
+        }
         return static_cast<int>(exit_fine);
     });
 }

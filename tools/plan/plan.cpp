@@ -2,6 +2,7 @@
 // What a request would do to a device.
 #include "tools/plan/plan.h"
 
+#include "devkit/apid/text.h"
 #include "tools/plan/bands.h"
 #include "tools/plan/json.h"
 #include "tools/plan/radios.h"
@@ -108,6 +109,14 @@ const char *end_of(const std::vector<effect> &effects) {
     return "none";
 }
 
+// JSON holds only UTF-8 texts, an option any bytes.
+void note_replacements(const request_plan &made, std::vector<std::string> &notes) {
+    for (const std::vector<option_change> *list : {&made.changes, &made.uncommitted})
+        for (const option_change &each : *list)
+            if (!apid::is_utf8(each.from.value_or("")) || !apid::is_utf8(each.to.value_or("")))
+                notes.push_back(each.path + " holds bytes that are no UTF-8: in JSON U+FFFD stands for them");
+}
+
 std::vector<std::string> notes_of(const request_plan &made, const snapshot &device) {
     std::vector<std::string> notes;
     for (const effect &each : made.effects)
@@ -116,6 +125,7 @@ std::vector<std::string> notes_of(const request_plan &made, const snapshot &devi
                             (each.masked.empty() ? each.subject : each.masked));
     if (std::ranges::any_of(made.effects, is_digest) && !device.service_code)
         notes.emplace_back("the service code is not known: the password's digest will be another one");
+    note_replacements(made, notes);
     return notes;
 }
 
@@ -180,6 +190,8 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
     const stage_result result = stage.play(asked.handler, request);
     made.result = result.result;
     made.response = answer_of(result.response);
+    const bool is_whole_answer =
+        apid::is_utf8(json_object_to_json_string_ext(result.response, JSON_C_TO_STRING_PLAIN));
     made.seconds = stage_seconds();
     for (const stage_effect &each : stage.effects())
         made.effects.push_back(kept(each));
@@ -191,6 +203,8 @@ request_plan make_plan(rehearsal &stage, const snapshot &device, const route &as
     made.radios_on = radios_on(stage.options().committed("wireless"));
     made.then = end_of(made.effects);
     made.notes = notes_of(made, device);
+    if (!is_whole_answer)
+        made.notes.emplace_back("the answer holds bytes that are no UTF-8: U+FFFD stands for them");
     if (explained)
         made.keys = outcomes_of(stage, device, asked, request, made);
     if (depends_on_full_read(stage, device, asked, request, made))

@@ -223,7 +223,7 @@ void add_end(page &out, const block &shown_block) {
 std::string sum_of_nothing(const request_plan &made) {
     if (!made.reads)
         return "nothing was asked for";
-    const json_owner answer = parse_json(made.response);
+    const json_owner answer = parse_json(made.response, json_use::device);
     const int members =
         json_object_is_type(answer.get(), json_type_object) ? json_object_object_length(answer.get()) : 0;
     return "a read, answered with " + std::to_string(members) + " members";

@@ -59,7 +59,7 @@ json_owner object_in(json_object *value) {
     if (!json_object_is_type(value, json_type_string) || !text_of(value).starts_with('{'))
         return nullptr;
     try {
-        return parse_json(text_of(value));
+        return parse_json(text_of(value), json_use::request);
     } catch (const input_error &) {
         return nullptr;
     }

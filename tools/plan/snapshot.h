@@ -67,7 +67,10 @@ snapshot from_files(const file_map &files, const std::string &model);
 // Whether from_files has a use for the file at this path.
 bool is_of_use(std::string_view path);
 
-// The snapshot as one JSON object, without a line end.
+// The snapshot as one JSON object, without a line end. In a text that is no UTF-8 other bytes become U+FFFD.
 std::string to_json(const snapshot &device);
+
+// The options and files of which to_json does not give all bytes.
+std::vector<std::string> replaced_in_json(const snapshot &device);
 
 } // namespace plan

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Snapshots as JSON objects, and as text that may be one.
+#include "devkit/apid/text.h"
 #include "devkit/uci/format.h"
+#include "tools/plan/comparison.h"
 #include "tools/plan/factory.h"
 #include "tools/plan/json.h"
 #include "tools/plan/snapshot.h"
@@ -214,6 +216,20 @@ std::optional<snapshot> from_factory(std::string_view model) {
             return read.emplace(model, from_json(parse_json(each.snapshot, json_use::device).get()))
                 .first->second;
     return std::nullopt;
+}
+
+std::vector<std::string> replaced_in_json(const snapshot &device) {
+    std::vector<std::string> names;
+    std::vector<option_change> options;
+    for (const uci::package &each : device.packages)
+        compare(nullptr, &each, {}, options);
+    for (const option_change &each : options)
+        if (!apid::is_utf8(*each.to))
+            names.push_back(each.path);
+    for (const auto &[path, content] : all_files(device))
+        if (!apid::is_utf8(content))
+            names.push_back(path);
+    return names;
 }
 
 std::string to_json(const snapshot &device) {
