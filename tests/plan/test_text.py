@@ -234,6 +234,18 @@ class Check(unittest.TestCase):
         self.assertIn("osprey", reported)
         self.assertNotIn("heron", reported)
 
+    def test_a_member_that_stands_twice(self):
+        request = r'{"2g_key":"short","x":{"a":1,"a":[{}]},"2g\u005fkey" : "long,enough","hostname":"a\"2g_ssid","2g_ssid":"q"}'
+        said = "2g_key stands more than once in the request, and only the last one counts"
+        done = run("check", "--model", "heron", request)
+        self.assertEqual(done.returncode, 3)
+        self.assertEqual(done.stdout.splitlines()[1:], ["heron: 2g_key: ignored: it stands again in the request, and "
+                                                        "only the last one counts"])
+        self.assertIn(f"  note      {said}\n", run("plan", request).stdout)
+        self.assertEqual(json.loads(run("plan", "--model", "heron", "--json", request).stdout)["notes"], [said])
+        device = json.dumps(factory("heron")) + "\n"
+        self.assertEqual(run("check", "--stream", request, stdin=device).stdout, done.stdout)
+
     def test_a_wrapped_batch(self):
         done = run("check", "--model", "heron", '{"result": 0, "response": {"2g_ssid": "a"}}')
         self.assertEqual(done.returncode, 3)

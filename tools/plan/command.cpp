@@ -8,6 +8,7 @@
 #include "tools/plan/options.h"
 #include "tools/plan/plan.h"
 #include "tools/plan/plan_text.h"
+#include "tools/plan/repeated.h"
 #include "tools/plan/stream.h"
 #include "tools/plan/suggestion.h"
 
@@ -68,11 +69,14 @@ void show(const plan_options &chosen, const std::vector<request_plan> &plans) {
 }
 
 int run_once(rehearsal &stage, const plan_options &chosen) {
-    const json_owner request = read_request(*chosen.request);
+    std::vector<std::string> repeated;
+    const json_owner request = read_request(*chosen.request, repeated);
     const route asked = find_route(chosen.route);
     std::vector<request_plan> plans;
     for (const snapshot &device : devices_of(chosen))
         plans.push_back(make_plan(stage, device, asked, request.get()));
+    for (request_plan &each : plans)
+        tell_repeated(each, repeated, chosen.checking);
     show(chosen, plans);
     return chosen.checking && std::ranges::any_of(plans, has_finding) ? exit_finding : exit_fine;
 }

@@ -5,6 +5,7 @@
 #include "devkit/apid/request.h"
 #include "tools/front/places.h"
 #include "tools/plan/open_file.h"
+#include "tools/plan/repeated.h"
 #include "tools/plan/snapshot.h"
 
 #include <cerrno>
@@ -256,7 +257,7 @@ plan_options parse_snapshot_options(int count, char **words) {
     return result;
 }
 
-json_owner read_request(const std::string &given) {
+json_owner read_request(const std::string &given, std::vector<std::string> &repeated) {
     expect(!given.empty(), "the request is empty");
     const bool is_file = given == "-" || !is_text(given);
     const std::string text = is_file ? content_of(given) : given;
@@ -265,6 +266,7 @@ json_owner read_request(const std::string &given) {
         json_owner request = parse_json(text, json_use::request);
         if (!json_object_is_type(request.get(), json_type_object))
             throw input_error("a request is a JSON object");
+        repeated = repeated_members(text);
         return request;
     } catch (const input_error &problem) {
         throw input_error(name + ": " + problem.what());

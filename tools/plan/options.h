@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace plan {
 
@@ -35,7 +36,7 @@ plan_options parse_export_options(int count, char **words);
 plan_options parse_snapshot_options(int count, char **words);
 
 // The request: JSON text itself, the name of a file, or "-" for standard input. An object, or input_error is
-// thrown.
-json_owner read_request(const std::string &given);
+// thrown. repeated: gets the members that it has more than once.
+json_owner read_request(const std::string &given, std::vector<std::string> &repeated);
 
 } // namespace plan

@@ -5,6 +5,7 @@
 #include "tools/plan/lines.h"
 #include "tools/plan/plan.h"
 #include "tools/plan/plan_text.h"
+#include "tools/plan/repeated.h"
 
 #include <cerrno>
 #include <cstring>
@@ -65,7 +66,7 @@ class stream {
 public:
     stream(rehearsal &stage, const plan_options &chosen) : stage_(stage), chosen_(chosen) {
         if (chosen.request)
-            request_ = read_request(*chosen.request);
+            request_ = read_request(*chosen.request, repeated_);
         route_of(chosen.route);
     }
 
@@ -95,7 +96,10 @@ private:
             id = id_of(object.get());
             const snapshot device = from_json(object.get());
             const route &asked = route_of(route_name(object.get()));
-            tell(make_plan(stage_, device, asked, request_of(object.get()), !chosen_.without_keys));
+            request_plan made =
+                make_plan(stage_, device, asked, request_of(object.get()), !chosen_.without_keys);
+            tell_repeated(made, repeated_, chosen_.checking);
+            tell(made);
             ++sum_.lines;
         } catch (const input_error &problem) {
             refuse(number, id, problem.what());
@@ -157,6 +161,7 @@ private:
     rehearsal &stage_;
     const plan_options &chosen_;
     json_owner request_;
+    std::vector<std::string> repeated_; // members of it
     std::map<std::string, route> routes_;
     output out_;
     stream_sum sum_;
