@@ -18,9 +18,11 @@ namespace {
 
 struct prefix {
     action kind;
-    char mark; // first byte of the line
+    char sign; // first byte of the line
 };
-// Setting has no mark.
+constexpr std::string_view mark_begin = "#committed ";
+
+// Setting has no sign.
 constexpr std::array<prefix, 6> prefixes{{
     {action::add, '+'},
     {action::remove, '-'},
@@ -47,8 +49,8 @@ T &existing(T *found) {
     return *found;
 }
 
-size_t parse_number(std::string_view text) {
-    size_t number = 0;
+long parse_number(std::string_view text) {
+    long number = 0;
     const char *end = text.data() + text.size();
     const auto [stop, failure] = std::from_chars(text.data(), end, number);
     expect(failure == std::errc() && stop == end);
@@ -71,25 +73,27 @@ bool set_type(package &target, const change &wanted, bool anonymous) {
 }
 
 bool set(package &target, const change &wanted) {
-    if (wanted.option.empty() && wanted.value->empty())
-        return std::erase_if(target.sections,
-                             [&](const section &each) { return each.name == wanted.section; });
+    section *found = target.find(wanted.section);
+    if (wanted.option.empty() && wanted.value->empty()) {
+        if (found != nullptr)
+            target.remove(*found);
+        return found != nullptr;
+    }
     if (wanted.option.empty())
         return set_type(target, wanted, false);
-    section *found = target.find(wanted.section);
     expect(found != nullptr);
     return found->set(wanted.option, *wanted.value);
 }
 
+// An item that is not there is gone already.
 bool remove_item(section &from, const change &wanted) {
-    const option &list = existing(from.find(wanted.option));
-    const size_t index = parse_number(*wanted.value);
-    if (!list.is_list || index >= list.values.size())
+    option &list = existing(from.find(wanted.option));
+    const long index = parse_number(*wanted.value);
+    if (!list.is_list)
         throw not_found();
-    std::vector<std::string> &values = from.find(wanted.option)->values;
-    values.erase(values.begin() + static_cast<std::ptrdiff_t>(index));
-    if (values.empty())
-        from.remove(wanted.option);
+    if (index < 0 || static_cast<size_t>(index) >= list.values.size())
+        return false;
+    list.values.erase(list.values.begin() + index);
     return true;
 }
 
@@ -97,7 +101,7 @@ bool remove(package &target, const change &wanted) {
     section &found = existing(target.find(wanted.section));
     if (wanted.option.empty()) {
         expect(!wanted.value);
-        target.sections.erase(target.sections.begin() + (&found - target.sections.data()));
+        target.remove(found);
         return true;
     }
     if (wanted.value)
@@ -116,49 +120,45 @@ bool add_to_list(package &target, const change &wanted) {
 bool remove_from_list(package &target, const change &wanted) {
     expect(!wanted.option.empty());
     section &found = existing(target.find(wanted.section));
-    existing(found.find(wanted.option));
     return found.remove_from_list(wanted.option, *wanted.value);
 }
 
 // Two entries of one name could not be told apart in the file.
-template <typename Owner, typename Entry>
-bool rename_entry(Owner &owner, Entry &entry, const std::string &name) {
-    if (entry.name == name)
-        return false;
-    expect(owner.find(name) == nullptr);
-    entry.name = name;
-    return true;
+template <typename Owner>
+bool is_new_name(Owner &owner, const std::string &name, const std::string &now) {
+    expect(name == now || owner.find(name) == nullptr);
+    return name != now;
 }
 
 bool rename(package &target, const change &wanted) {
     expect_name(is_name(*wanted.value));
     section &found = existing(target.find(wanted.section));
-    if (!wanted.option.empty())
-        return rename_entry(found, existing(found.find(wanted.option)), *wanted.value);
-    const bool renamed = rename_entry(target, found, *wanted.value);
-    return std::exchange(found.anonymous, false) || renamed;
+    if (!wanted.option.empty()) {
+        option &renamed = existing(found.find(wanted.option));
+        const bool is_new = is_new_name(found, *wanted.value, renamed.name);
+        renamed.name = *wanted.value;
+        return is_new;
+    }
+    const bool is_new = is_new_name(target, *wanted.value, found.name);
+    if (is_new)
+        target.rename(found, *wanted.value);
+    return std::exchange(found.anonymous, false) || is_new;
 }
 
 bool reorder(package &target, const change &wanted) {
     expect(wanted.option.empty());
-    section &found = existing(target.find(wanted.section));
-    const auto from = target.sections.begin() + (&found - target.sections.data());
-    const size_t place = std::min(parse_number(*wanted.value), target.sections.size() - 1);
-    const auto to = target.sections.begin() + static_cast<std::ptrdiff_t>(place);
-    if (from < to)
-        std::rotate(from, from + 1, to + 1);
-    else
-        std::rotate(to, from, from + 1);
-    return from != to;
+    const section &found = existing(target.find(wanted.section));
+    const long place = parse_number(*wanted.value);
+    return target.move(found, place < 0 ? target.sections.size() : static_cast<size_t>(place));
 }
 
 std::optional<change> parse_line(std::string_view package_name, std::string_view line) {
     action kind = action::set;
     for (const prefix &each : prefixes)
-        if (line.starts_with(each.mark))
+        if (line.starts_with(each.sign))
             kind = each.kind;
     const path where = parse_path(line.substr(kind == action::set ? 0 : 1));
-    if (where.package != package_name || !is_name(where.section))
+    if (where.package != package_name || !is_name(where.section) || (!where.value && kind != action::remove))
         return std::nullopt;
     return change{kind, where.section, where.option, where.value};
 }
@@ -218,7 +218,7 @@ std::string to_line(std::string_view package_name, const change &made) {
     std::string line;
     for (const prefix &each : prefixes)
         if (made.kind == each.kind)
-            line += each.mark;
+            line += each.sign;
     line.append(package_name).append(".").append(made.section);
     if (!made.option.empty())
         line += "." + made.option;
@@ -227,29 +227,55 @@ std::string to_line(std::string_view package_name, const change &made) {
     return line + "\n";
 }
 
+namespace {
+
+// A mark is a comment that has a line of its own between two changes.
+void collect_marks(std::string_view between, size_t changes, std::vector<mark> &out) {
+    while (!between.empty()) {
+        const std::string_view line = between.substr(0, between.find('\n'));
+        if (line.starts_with(mark_begin))
+            out.push_back({std::string(line.substr(mark_begin.size())), changes});
+        between.remove_prefix(std::min(line.size() + 1, between.size()));
+    }
+}
+
+void add_line(std::string_view package_name, const std::vector<word> &words, delta &out) {
+    if (words.size() != 1)
+        return;
+    try {
+        if (std::optional<change> line = parse_line(package_name, words.front().text))
+            out.changes.push_back(std::move(*line));
+    } catch (const error &) {
+        return; // a bad line takes no other with it
+    }
+}
+
+} // namespace
+
+std::string to_mark(const std::string &identity) { return std::string(mark_begin) + identity + "\n"; }
+
 delta parse_delta(std::string_view package_name, std::string_view text) {
     text = text.substr(0, text.rfind('\n') + 1);
-    delta result{{}, text.size()};
+    delta result{{}, text.size(), {}};
     lexer source(text);
+    const auto take_marks = [&](size_t from) {
+        collect_marks(text.substr(from, source.begun() - from), result.changes.size(), result.marks);
+    };
+    size_t whole = 0;
     try {
-        size_t whole = 0;
-        for (std::vector<word> words = source.next(); !words.empty(); words = source.next()) {
+        for (const std::vector<word> *words = &source.next(); !words->empty(); words = &source.next()) {
+            take_marks(whole);
             if (source.consumed() == whole) {
                 result.whole = whole; // its line end is escaped: the next line would be part of it
-                break;
+                return result;
             }
             whole = source.consumed();
-            try {
-                std::optional<change> line = parse_line(package_name, words.front().text);
-                if (words.size() == 1 && line)
-                    result.changes.push_back(std::move(*line));
-            } catch (const error &) {
-                continue; // a bad line takes no other with it
-            }
+            add_line(package_name, *words, result);
         }
     } catch (const parse_error &) {
         result.whole = source.consumed();
     }
+    take_marks(whole);
     return result;
 }
 

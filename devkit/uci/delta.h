@@ -16,11 +16,11 @@ namespace uci {
 enum class action {
     set,         // an option, or a section's type; creates either
     add,         // an anonymous section: value is its type
-    remove,      // an option, a section, or with a value the list item of that number
+    remove,      // an option, a section, or with a value the list item of that number from 0
     list_add,    // value at the end of the list
     list_remove, // every item equal to value
     rename,      // value is the new name
-    reorder,     // value is the section's new place, from 0
+    reorder,     // value is the section's new place, from 0; a negative one is the last
 };
 
 struct change {
@@ -47,10 +47,20 @@ bool exists(package &content, const path &where);
 // The delta line with its line end.
 std::string to_line(std::string_view package_name, const change &made);
 
+// A commit writes this line behind the changes that it takes: a comment, which says nothing to who does not
+// know it, with the identity of the file that it is about to put in place. Should it be killed before it has
+// emptied the delta, whoever comes next knows whether these changes are in the file already.
+struct mark {
+    std::string identity;
+    size_t changes; // how many come before it
+};
+std::string to_mark(const std::string &identity);
+
 // Only its line end shows that a line is whole: the beginning of a line can mean something else.
 struct delta {
     std::vector<change> changes; // lines that say nothing or belong to another package are left out
     size_t whole; // the length of the text before a line that was torn off while it was written
+    std::vector<mark> marks;
 };
 delta parse_delta(std::string_view package_name, std::string_view text);
 

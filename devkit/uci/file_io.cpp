@@ -148,7 +148,8 @@ replacement::~replacement() {
 void replacement::put_in_place() {
     check(::rename(temporary_.c_str(), target_.c_str()) == 0);
     temporary_.clear();
-    file(fs::path(target_).parent_path(), O_RDONLY | O_DIRECTORY).sync();
 }
+
+void replacement::confirm() const { file(fs::path(target_).parent_path(), O_RDONLY | O_DIRECTORY).sync(); }
 
 } // namespace uci

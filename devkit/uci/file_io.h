@@ -55,6 +55,10 @@ public:
     const std::string &identity() const { return identity_; }
     void put_in_place();
 
+    // Once it is in place: that it stays there whatever happens. Throws io_error when the disk does not say
+    // so.
+    void confirm() const;
+
 private:
     std::string target_;
     std::string temporary_;

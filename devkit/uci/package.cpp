@@ -2,6 +2,8 @@
 // A configuration package in memory.
 #include "devkit/uci/package.h"
 
+#include "devkit/uci/text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -18,29 +20,40 @@ struct selector {
     int index;             // negative: from the end
 };
 
+// A whole number as strtol takes it.
+std::optional<int> parse_index(std::string_view text) {
+    while (!text.empty() && is_space(text.front()))
+        text.remove_prefix(1);
+    if (text.starts_with('+') && !text.starts_with("+-"))
+        text.remove_prefix(1);
+    int number = 0;
+    const char *end = text.data() + text.size();
+    const auto [stop, failure] = std::from_chars(text.data(), end, number);
+    return failure == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
 std::optional<selector> parse_selector(std::string_view text) {
     const size_t bracket = text.find('[');
     if (!text.starts_with('@') || !text.ends_with(']') || bracket == std::string_view::npos)
         return std::nullopt;
+    const std::string_view type = text.substr(1, bracket - 1);
     const std::string_view number = text.substr(bracket + 1, text.size() - bracket - 2);
-    selector result{text.substr(1, bracket - 1), 0};
-    if (number.empty())
-        return result;
-    const char *end = number.data() + number.size();
-    const auto [stop, failure] = std::from_chars(number.data(), end, result.index);
-    if (failure != std::errc() || stop != end)
-        return std::nullopt;
-    return result;
+    const std::optional<int> index = number.empty() ? 0 : parse_index(number);
+    return index ? std::optional(selector{type, *index}) : std::nullopt;
+}
+
+template <typename Iterator>
+section *nth(Iterator from, Iterator to, std::string_view type, int index) {
+    for (; from != to; ++from)
+        if ((type.empty() || from->type == type) && index-- == 0)
+            return &*from;
+    return nullptr;
 }
 
 section *select(std::vector<section> &sections, const selector &wanted) {
-    std::vector<section *> candidates;
-    for (section &each : sections)
-        if (wanted.type.empty() || each.type == wanted.type)
-            candidates.push_back(&each);
-    const auto count = static_cast<std::ptrdiff_t>(candidates.size());
-    const std::ptrdiff_t index = wanted.index < 0 ? wanted.index + count : wanted.index;
-    return index >= 0 && index < count ? candidates[static_cast<size_t>(index)] : nullptr;
+    if (wanted.index >= 0)
+        return nth(sections.begin(), sections.end(), wanted.type, wanted.index);
+    return nth(sections.rbegin(), sections.rend(), wanted.type, -(wanted.index + 1));
 }
 
 uint32_t djb2(std::string_view text) {
@@ -68,7 +81,8 @@ bool section::set(std::string_view option_name, std::string_view value) {
         return remove(option_name);
     option *existing = find(option_name);
     if (existing == nullptr) {
-        options.push_back({std::string(option_name), false, {std::string(value)}});
+        options.push_back({std::string(option_name), false, {}});
+        options.back().values.emplace_back(value);
         return true;
     }
     if (!existing->is_list && existing->values.front() == value)
@@ -88,11 +102,7 @@ void section::add_to_list(std::string_view option_name, std::string_view value) 
 
 bool section::remove_from_list(std::string_view option_name, std::string_view value) {
     option *existing = find(option_name);
-    if (existing == nullptr || !existing->is_list || std::erase(existing->values, value) == 0)
-        return false;
-    if (existing->values.empty())
-        remove(option_name);
-    return true;
+    return existing != nullptr && existing->is_list && std::erase(existing->values, value) != 0;
 }
 
 bool section::remove(std::string_view option_name) {
@@ -102,13 +112,36 @@ bool section::remove(std::string_view option_name) {
 section *package::find(std::string_view name_or_selector) {
     if (const std::optional<selector> wanted = parse_selector(name_or_selector))
         return select(sections, *wanted);
-    const auto found = std::ranges::find(sections, name_or_selector, &section::name);
-    return found == sections.end() ? nullptr : &*found;
+    const size_t place = index.find(sections, name_or_selector);
+    return place == section_index::none ? nullptr : &sections[place];
 }
 
 section &package::create(std::string_view section_name, std::string_view type, bool anonymous) {
     ++created;
-    return sections.emplace_back(section{std::string(section_name), std::string(type), anonymous, {}});
+    sections.emplace_back(section{std::string(section_name), std::string(type), anonymous, {}});
+    index.add_last(sections);
+    return sections.back();
+}
+
+void package::rename(section &renamed, const std::string &section_name) {
+    renamed.name = section_name;
+    index.forget();
+}
+
+void package::remove(const section &removed) {
+    sections.erase(sections.begin() + (&removed - sections.data()));
+    index.forget();
+}
+
+bool package::move(const section &moved, size_t place) {
+    const auto from = sections.begin() + (&moved - sections.data());
+    const auto to = sections.begin() + static_cast<std::ptrdiff_t>(std::min(place, sections.size() - 1));
+    if (from < to)
+        std::rotate(from, from + 1, to + 1);
+    else
+        std::rotate(to, from, from + 1);
+    index.forget();
+    return from != to;
 }
 
 std::string package::next_name(std::string_view type) {

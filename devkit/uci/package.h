@@ -2,6 +2,8 @@
 // A configuration package in memory.
 #pragma once
 
+#include "devkit/uci/section_index.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -12,7 +14,7 @@ namespace uci {
 struct option {
     std::string name;
     bool is_list;
-    std::vector<std::string> values; // exactly one unless is_list; never none
+    std::vector<std::string> values; // exactly one unless is_list; a list that lost its items has none
 };
 
 struct section {
@@ -30,7 +32,7 @@ struct section {
     // Appends to the list; a plain option becomes a list first.
     void add_to_list(std::string_view option_name, std::string_view value);
 
-    // Removes every equal item, and the option with its last one. False when there was none.
+    // Removes every equal item; a list without items stays until it is written. False when there was none.
     bool remove_from_list(std::string_view option_name, std::string_view value);
 
     bool remove(std::string_view option_name);
@@ -38,14 +40,20 @@ struct section {
 
 struct package {
     std::string name;
-    std::vector<section> sections;
-    size_t created = 0; // sections created since the first line, removed ones included
+    std::vector<section> sections; // their names and order change by the functions below only
+    size_t created = 0;            // sections created since the first line, removed ones included
+    section_index index = {};
 
-    // By name, or by selector: "@type[n]", "@[n]" for any type, negative n from the end, "@type[]" for n = 0.
-    // Null when there is no such section.
+    // By name, or by selector: "@type[n]", "@[n]" for any type, negative n from the end, "@type[]" for n = 0;
+    // blanks and a plus sign before n are fine. Null when there is no such section.
     section *find(std::string_view name_or_selector);
 
     section &create(std::string_view section_name, std::string_view type, bool anonymous);
+    void rename(section &renamed, const std::string &section_name);
+    void remove(const section &removed);
+
+    // Moves the section to that place, counted from 0. False when it is there already.
+    bool move(const section &moved, size_t place);
 
     // The name of the anonymous section that would be created next: number of creation and hash of the type.
     std::string next_name(std::string_view type);

@@ -18,4 +18,13 @@ struct path {
 // Throws parse_error when a part is no name.
 path parse_path(std::string_view text);
 
+// The same, and the package may be a file outside the configuration folder: a path that begins with "/" or
+// "./", or has a "/" before its first "."; its last part is a package name.
+path parse_file_path(std::string_view text);
+
+// The name of a package that is given by its name or by such a path.
+std::string_view package_name(std::string_view package);
+
+bool is_file(std::string_view package);
+
 } // namespace uci

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Configuration files and their deltas on the disk, safe for any number of processes at once.
-//
-// Whoever writes holds an exclusive lock on the configuration folder, which outlives the rename of a file in
-// it, and then one on the delta file, which other configuration folders may share. Readers hold shared ones,
-// so none sees a committed file without or with a second helping of its delta.
+// Configuration files and their deltas on the disk, safe for any number of processes at once: one step each.
 #pragma once
 
 #include "devkit/uci/delta.h"
+#include "devkit/uci/folders.h"
 #include "devkit/uci/package.h"
 #include "devkit/uci/path.h"
 #include "devkit/uci/stamp.h"
@@ -17,12 +14,6 @@
 #include <vector>
 
 namespace uci {
-
-struct folders {
-    std::string config = "/etc/config";
-    std::string delta = "/tmp/.uci";
-    std::vector<std::string> search = {}; // more deltas, applied before the one in `delta`, never written
-};
 
 // A package as it was read, and what its files were just before.
 struct kept_package {
@@ -35,10 +26,10 @@ struct kept_package {
 // is in place already (io_error) is the change made, and may not outlive a power cut.
 class store {
 public:
-    explicit store(folders where);
+    explicit store(folders where) : folders_(checked(std::move(where))) {}
 
     // The names of all packages, sorted.
-    std::vector<std::string> packages() const;
+    std::vector<std::string> packages() const { return package_names(folders_); }
 
     // The package with all recorded changes.
     package load(const std::string &name) const;

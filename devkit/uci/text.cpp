@@ -41,15 +41,19 @@ bool is_recordable_package(std::string_view text) {
 
 bool is_value(std::string_view text) { return std::ranges::none_of(text, is_forbidden_control); }
 
-std::string quoted(std::string_view value) {
-    std::string result = "'";
-    for (const char c : value) {
-        if (c == '\'')
-            result += "'\\''";
-        else
-            result += c;
+void append_quoted(std::string &text, std::string_view value) {
+    text += '\'';
+    for (size_t quote = 0; (quote = value.find('\'')) != std::string_view::npos;) {
+        text.append(value.substr(0, quote)).append("'\\''");
+        value.remove_prefix(quote + 1);
     }
-    return result + "'";
+    text.append(value).append("'");
+}
+
+std::string quoted(std::string_view value) {
+    std::string result;
+    append_quoted(result, value);
+    return result;
 }
 
 std::string bare_or_quoted(std::string_view text) { return is_bare(text) ? std::string(text) : quoted(text); }

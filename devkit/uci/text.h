@@ -30,6 +30,7 @@ bool is_value(std::string_view text);
 
 // The value in single quotes, as files and delta lines hold it.
 std::string quoted(std::string_view value);
+void append_quoted(std::string &text, std::string_view value);
 
 // The type or package name as a file holds it: without quotes where that is possible.
 std::string bare_or_quoted(std::string_view text);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Preloaded into a program: lets the FAULT_CALL-th call that changes a file fail with FAULT_ERRNO, or ends
-// the program in its place when that is 0, and writes the call's name to the file FAULT_SEEN. Counts calls on
-// files beyond standard error only.
+// Preloaded into a program: lets the FAULT_CALL-th call that changes a file, and those up to FAULT_LAST, fail
+// with FAULT_ERRNO, or ends the program in its place when that is 0, and writes the call's name to the file
+// FAULT_SEEN. In place of the FAULT_KILL-th it always ends. Counts calls on files beyond standard error only.
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -18,15 +18,21 @@ static int number_from(const char *variable) {
     return text == NULL ? -1 : atoi(text);
 }
 
+static int is_chosen(int call) {
+    const int first = number_from("FAULT_CALL");
+    const int last = number_from("FAULT_LAST");
+    return call == first || (call > first && call <= last) || call == number_from("FAULT_KILL");
+}
+
 static int fails(const char *name) {
     static int calls = 0;
-    if (++calls != number_from("FAULT_CALL"))
+    if (!is_chosen(++calls))
         return 0;
     const int seen = creat(getenv("FAULT_SEEN"), 0600);
     syscall(SYS_write, seen, name, strlen(name));
     close(seen);
     const int number = number_from("FAULT_ERRNO");
-    if (number == 0)
+    if (number == 0 || calls == number_from("FAULT_KILL"))
         raise(SIGKILL);
     errno = number;
     return 1;

@@ -92,7 +92,7 @@ private:
     std::string known_value(uci::package &content, const std::string &section, const std::string &option) {
         uci::section *found = content.find(section);
         const uci::option *list = found == nullptr ? nullptr : found->find(option);
-        return list == nullptr ? value() : list->values[below(list->values.size())];
+        return list == nullptr || list->values.empty() ? value() : list->values[below(list->values.size())];
     }
 
     std::mt19937 engine_;

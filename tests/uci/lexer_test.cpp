@@ -3,19 +3,27 @@
 #include "devkit/uci/error.h"
 #include "devkit/uci/lexer.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
+
+std::string place_of(std::string_view text, size_t offset) {
+    const std::string_view before = text.substr(0, offset);
+    return std::to_string(1 + std::count(before.begin(), before.end(), '\n')) + ":" +
+           std::to_string(offset - (before.rfind('\n') + 1)) + ":";
+}
 
 // Each command as "line:byte:word" pieces in brackets.
 std::string commands_of(std::string_view text) {
     uci::lexer source(text);
     std::string result;
-    for (std::vector<uci::word> words = source.next(); !words.empty(); words = source.next()) {
+    for (const auto *words = &source.next(); !words->empty(); words = &source.next()) {
         result += "[";
-        for (const uci::word &each : words)
-            result += (&each == words.data() ? "" : " ") + std::to_string(each.line) + ":" +
-                      std::to_string(each.byte) + ":" + each.text;
+        for (const uci::word &each : *words)
+            result +=
+                (&each == words->data() ? "" : " ") + place_of(text, each.offset) + std::string(each.text);
+        EXPECT_EQ(source.begun(), words->front().offset);
         result += "]";
     }
     EXPECT_EQ(source.consumed(), text.size()) << text;
@@ -46,6 +54,34 @@ TEST(lexer, words_and_places) {
     };
     for (const auto &row : rows)
         EXPECT_EQ(commands_of(row.text), row.commands) << row.text;
+}
+
+TEST(lexer, nul_ends_a_line) {
+    const struct {
+        std::string_view text;
+        const char *commands;
+    } rows[] = {
+        {{"\0", 1}, ""},
+        {{"a\0b\nc", 5}, "[1:0:a][2:0:c]"},
+        {{"a 'b\0c\nd'", 9}, "[1:0:a 1:2:b\nd]"},
+        {{"a \"b\0c\nd\"", 9}, "[1:0:a 1:2:b\nd]"},
+        {{"a\\\0b\nc", 6}, "[1:0:ac]"},
+        {{"a \\\0", 4}, "[1:0:a]"},
+        {{"'a'\0b\n", 6}, "[1:0:a]"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(commands_of(row.text), row.commands) << row.text;
+}
+
+TEST(lexer, rest_and_skipped_lines) {
+    uci::lexer source("a; b\nc\nd");
+    source.next();
+    EXPECT_EQ(source.rest(), " b\nc\nd");
+    source.skip_line();
+    EXPECT_EQ(source.next().front().text, "c");
+    source.skip_line();
+    EXPECT_EQ(source.next().front().text, "d");
+    EXPECT_EQ(source.rest(), "");
 }
 
 TEST(lexer, open_quote) {

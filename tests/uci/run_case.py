@@ -5,7 +5,8 @@ Each line of a case begins with its kind:
     #  comment                      =  write this file, its lines follow behind "|"
     $  shell command                == this file must now have exactly the lines that follow behind "|"
     >  a line that it prints        ?  its exit status, when that is not 0
-Standard error counts as output. In commands `uci` works on the folders "config" and "delta"; $UCI is the bare program.
+    !  a line that it prints to standard error
+Without a "!" standard error counts as output. In commands `uci` works on the folders "config" and "delta"; $UCI is the bare program.
 """
 import difflib
 import os
@@ -19,10 +20,13 @@ PREAMBLE = 'uci() { "$UCI" -c config -t delta "$@"; }\n'
 class Step:
     def __init__(self, kind, text, line):
         self.kind, self.text, self.line = kind, text, line
-        self.lines, self.status = [], 0
+        self.lines, self.complaints, self.status = [], [], 0
 
     def expected(self):
         return "".join(line + "\n" for line in self.lines)
+
+    def expected_of_run(self):
+        return "".join([self.expected(), *(f"! {line}\n" for line in self.complaints), f"exit {self.status}\n"])
 
 
 def read_steps(path):
@@ -34,6 +38,8 @@ def read_steps(path):
                 steps.append(Step(kind, text, number))
             elif kind == (">" if steps and steps[-1].kind == "$" else "|") and steps:
                 steps[-1].lines.append(text)
+            elif kind == "!" and steps and steps[-1].kind == "$":
+                steps[-1].complaints.append(text)
             elif kind == "?" and steps and steps[-1].kind == "$":
                 steps[-1].status = int(text)
             elif kind not in ("", "#"):
@@ -43,9 +49,12 @@ def read_steps(path):
 
 def run(step, folder, uci):
     done = subprocess.run(["/bin/sh", "-c", PREAMBLE + step.text], cwd=folder, check=False,
-                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE if step.complaints else subprocess.STDOUT,
                           env={"UCI": uci, "PATH": "/usr/bin:/bin", "LC_ALL": "C"}, timeout=60)
-    return done.stdout.decode("latin-1"), done.returncode
+    complaints = (done.stderr or b"").decode("latin-1").splitlines()
+    return "".join([done.stdout.decode("latin-1"), *(f"! {line}\n" for line in complaints),
+                    f"exit {done.returncode}\n"])
 
 
 def play(step, folder, uci):
@@ -58,8 +67,7 @@ def play(step, folder, uci):
     if step.kind == "==":
         with open(path, encoding="latin-1", newline="") as source:
             return step.expected(), source.read()
-    output, status = run(step, folder, uci)
-    return f"{step.expected()}exit {step.status}\n", f"{output}exit {status}\n"
+    return step.expected_of_run(), run(step, folder, uci)
 
 
 def main():

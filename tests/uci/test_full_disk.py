@@ -28,6 +28,7 @@ class FullDisk(kit.StoreTest):
         folder = self.root / "sandbox"
         folder.mkdir()
         shutil.copy(kit.UCI, folder / "uci")
+        shutil.copy(os.environ["UCI_FAULT"], folder / "fault.so")
         for path in (self.root, folder):
             path.chmod(0o755)
         drop = DROP_ROOT if os.getuid() == 0 else []
@@ -71,6 +72,33 @@ class FullDisk(kit.StoreTest):
             "uci: I/O error (No space left on device)",
             "uci: I/O error (No space left on device)",
         ])
+
+    def test_commit_is_killed_beside_a_full_delta_folder(self):
+        """The delta ends with a page of its disk, so that not a byte can be added to it."""
+        if "asan" in kit.UCI:
+            self.skipTest("the sanitizer must be loaded first")
+        self.assertEqual(self.play("""
+            value=$(head -c 4084 /dev/zero | tr '\\0' v)
+            uci add_list net.x.l="$value"; stat -c %s /run/delta/net
+            cp /tmp/config/net /tmp/file; cp /run/delta/net /tmp/changes
+            fill /run
+            killed() {
+                cp /tmp/file /tmp/config/net; cp /tmp/changes /run/delta/net
+                LD_PRELOAD=/mnt/fault.so FAULT_SEEN=/tmp/seen FAULT_CALL=$1 FAULT_ERRNO=0 \\
+                    /mnt/uci -c /tmp/config -t /run/delta commit || return 0
+                return 1
+            }
+            items() { uci "$@" get net.x.l | wc -w; }
+            {
+                call=1
+                while killed $call; do
+                    [ ! -e /tmp/config/.net.uci-committed ] || echo marked beside
+                    items; uci commit; items; items -t none; ls -A /tmp/config; wc -c </run/delta/net
+                    call=$((call + 1))
+                done | sort | uniq
+                items; ls -A /tmp/config
+            } 2>/dev/null
+        """), ["4096", "0", "1", "marked beside", "net", "1", "net"])
 
     def test_import_on_a_full_disk(self):
         self.assertEqual(self.play("""

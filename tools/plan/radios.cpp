@@ -16,7 +16,8 @@ constexpr std::array<std::string_view, 5> yes{"1", "on", "true", "yes", "enabled
 
 std::string_view value_of(const uci::section &section, std::string_view name) {
     const auto found = std::ranges::find(section.options, name, &uci::option::name);
-    return found == section.options.end() ? std::string_view() : found->values.front();
+    return found == section.options.end() || found->values.empty() ? std::string_view()
+                                                                   : found->values.front();
 }
 
 bool is_on(const uci::section &section, std::string_view type) {
