@@ -6,6 +6,7 @@
 #include "devkit/uci/file_io.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <optional>
@@ -38,21 +39,15 @@ std::optional<std::string> text_of(const std::string &path) {
 delta_file::delta_file(const std::string &path, const std::string &package, const std::string &config,
                        const std::string &identity)
     : path_(path), mark_path_(mark_path_of(config)) {
-    try {
-        read(package, identity);
-    } catch (const not_found &) {
-        return;
-    }
-}
-
-void delta_file::read(const std::string &package, const std::string &identity) {
-    const std::string text = file(path_, O_RDONLY).read();
-    delta found = parse_delta(package, text);
-    size_ = text.size();
-    whole_ = found.whole;
-    changes_ = std::move(found.changes);
     const std::optional<std::string> beside = text_of(mark_path_);
     is_marked_beside_ = beside.has_value();
+    const std::optional<std::string> text = text_of(path_);
+    if (!text)
+        return;
+    delta found = parse_delta(package, *text);
+    size_ = text->size();
+    whole_ = found.whole;
+    changes_ = std::move(found.changes);
     const auto last = std::find_if(found.marks.rbegin(), found.marks.rend(),
                                    [&](const mark &each) { return each.identity == identity; });
     size_t committed = last == found.marks.rend() ? 0 : last->changes;
@@ -116,8 +111,9 @@ void delta_file::mark_committed(const std::string &identity) {
 }
 
 void delta_file::forget_mark_beside() {
-    if (std::exchange(is_marked_beside_, false))
-        ::unlink(mark_path_.c_str());
+    if (is_marked_beside_ && ::unlink(mark_path_.c_str()) != 0 && errno != ENOENT)
+        throw io_error(errno);
+    is_marked_beside_ = false;
 }
 
 void delta_file::empty() {

@@ -39,7 +39,6 @@ public:
     void empty();
 
 private:
-    void read(const std::string &package, const std::string &identity);
     void append_text(const std::string &text, mode_t mode);
     void forget_mark_beside();
     std::string mark_for(const std::string &identity) const;

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,14 +14,16 @@ namespace {
 
 constexpr size_t never = static_cast<size_t>(-1);
 
-size_t calls_left = never; // before the one that fails
+size_t calls_left = never;  // before the one that fails
+size_t death_later = never; // calls between an error and the death that follows it
 fuzz::failure kind = fuzz::failure::error;
 bool has_failed = false;
-bool is_dead = false;
+bool dead = false;
+bool is_full = false; // after a write that took a part, for the rest of it
 
 // Whether this call fails.
 bool fails(int error) {
-    if (is_dead) {
+    if (dead) {
         errno = EIO;
         return true;
     }
@@ -30,9 +33,10 @@ bool fails(int error) {
         --calls_left;
         return false;
     }
-    calls_left = never;
+    calls_left = std::exchange(death_later, never);
     has_failed = true;
-    is_dead = kind == fuzz::failure::death;
+    dead = kind == fuzz::failure::death;
+    kind = fuzz::failure::death;
     errno = error;
     return true;
 }
@@ -43,14 +47,22 @@ namespace fuzz {
 
 void fail_call(size_t number, failure wanted) {
     calls_left = number;
+    death_later = never;
     kind = wanted;
     has_failed = false;
-    is_dead = false;
+    dead = is_full = false;
 }
 
+void fail_and_die(size_t number, size_t later) {
+    fail_call(number, failure::error);
+    death_later = later;
+}
+
+bool is_dead() { return dead; }
+
 bool stop_failing() {
-    calls_left = never;
-    is_dead = false;
+    calls_left = death_later = never;
+    dead = is_full = false;
     return has_failed;
 }
 
@@ -79,17 +91,18 @@ int __wrap_open(const char *path, int flags, ...) {
 
 // Half of the text still reaches the disk.
 ssize_t __wrap_write(int descriptor, const void *data, size_t size) {
-    const bool was_dead = is_dead;
+    if (std::exchange(is_full, false)) {
+        errno = ENOSPC;
+        return -1;
+    }
+    const bool was_dead = dead;
     if (!fails(ENOSPC))
         return __real_write(descriptor, data, size);
-    if (!was_dead && size > 1) {
-        const ssize_t written = __real_write(descriptor, data, size / 2);
-        if (!is_dead)
-            fuzz::fail_call(0, fuzz::failure::error); // so does the rest of it
-        has_failed = true;
-        return is_dead ? -1 : written;
-    }
-    return -1;
+    if (was_dead || size <= 1)
+        return -1;
+    const ssize_t written = __real_write(descriptor, data, size / 2);
+    is_full = !dead;
+    return dead ? -1 : written;
 }
 
 int __wrap_ftruncate(int descriptor, off_t length) {

@@ -15,6 +15,12 @@ enum class failure {
 // The call of that number from now on, from 0, fails. A call that is only interrupted does not count.
 void fail_call(size_t number, failure kind);
 
+// The same with an error, and death so many calls later.
+void fail_and_die(size_t number, size_t later);
+
+// Whether nothing reaches the disk any more.
+bool is_dead();
+
 // No call fails any more. Whether one did.
 bool stop_failing();
 

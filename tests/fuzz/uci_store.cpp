@@ -5,10 +5,12 @@
 #include "devkit/uci/error.h"
 #include "devkit/uci/format.h"
 #include "devkit/uci/store.h"
+#include "devkit/uci/transaction.h"
 #include "tests/fuzz/bytes.h"
 #include "tests/fuzz/expect.h"
 #include "tests/fuzz/faults.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -168,9 +170,10 @@ struct attempt {
 attempt run(fuzz::bytes &input, const std::function<void(const uci::store &)> &step) {
     const unsigned plan = input.next();
     const uci::store store(place().folders());
-    const auto kind = plan % 2 == 0 ? fuzz::failure::error : fuzz::failure::death;
-    if (plan >= 64)
-        fuzz::fail_call((plan - 64) / 2 % 24, kind);
+    if (plan >= 192)
+        fuzz::fail_and_die((plan - 192) / 2, input.below(12));
+    else if (plan >= 64)
+        fuzz::fail_call((plan - 64) / 2 % 32, plan % 2 == 0 ? fuzz::failure::error : fuzz::failure::death);
     ended how = ended::well;
     try {
         step(store);
@@ -179,9 +182,10 @@ attempt run(fuzz::bytes &input, const std::function<void(const uci::store &)> &s
     } catch (const uci::error &) {
         how = ended::refused;
     }
+    const bool was_killed = fuzz::is_dead();
     const bool has_failed = fuzz::stop_failing() && plan >= 64;
     fuzz::expect(how != ended::failed || has_failed, "no step fails by itself");
-    return {how, has_failed && kind == fuzz::failure::death};
+    return {how, was_killed};
 }
 
 void record(fuzz::bytes &input) {
@@ -273,6 +277,121 @@ void revert(fuzz::bytes &input) {
                      left);
 }
 
+// Steps of one transaction, each of which sees what the ones before it did.
+class steps {
+public:
+    explicit steps(uci::transaction &work) : work_(work), now_(work.read("net")) { remember(); }
+
+    void record(fuzz::bytes &input) {
+        const uci::action kind = input.one_of(kinds);
+        const uci::path where = read_path(input);
+        take([&] { return after(now_, kind, where); }, [&] { work_.record(kind, where); });
+    }
+
+    void add(fuzz::bytes &input) {
+        const std::string type = input.one_of(types);
+        const auto model = [&] {
+            uci::package content = now_;
+            uci::apply(content, {uci::action::add, content.next_name(type), "", type});
+            return content;
+        };
+        take(model, [&] { work_.add("net", type); });
+    }
+
+    void merge(fuzz::bytes &input) {
+        const std::string text = input.one_of(files);
+        const auto model = [&] {
+            uci::package content = now_;
+            for (const uci::change &each : uci::parse_merge(now_, text)) {
+                uci::apply(content, each);
+                seen_.push_back(uci::to_text(content)); // each is a line of its own
+            }
+            return content;
+        };
+        take(model, [&] { work_.merge("net", text); });
+    }
+
+    void commit() {
+        take([&] { return now_; }, [&] { work_.commit("net"); });
+    }
+
+    // What a reader may find when the transaction is killed: what any number of its steps did.
+    bool was_ever(const uci::package &content) const {
+        return std::ranges::find(seen_, uci::to_text(content)) != seen_.end();
+    }
+
+    const uci::package &now() const { return now_; }
+
+private:
+    template <typename Model, typename Step>
+    void take(Model model, Step step) {
+        uci::package expected = now_;
+        bool makes_sense = true;
+        try {
+            expected = model();
+        } catch (const uci::error &) {
+            makes_sense = false;
+        }
+        try {
+            step();
+            fuzz::expect(makes_sense, "what makes no sense is refused", text_of(now_));
+        } catch (const uci::io_error &) {
+            throw;
+        } catch (const uci::error &refusal) {
+            fuzz::expect(!makes_sense, "what makes sense is not refused", refusal.what());
+        }
+        now_ = work_.read("net"); // a commit gives anonymous sections other names
+        fuzz::expect(uci::to_text(now_) == uci::to_text(expected), "a step sees the ones before it",
+                     text_of(now_));
+        remember();
+    }
+
+    void remember() { seen_.push_back(uci::to_text(now_)); }
+
+    uci::transaction &work_;
+    uci::package now_;
+    std::vector<std::string> seen_;
+};
+
+void take_step(fuzz::bytes &input, steps &taken) {
+    switch (input.below(8)) {
+    case 0:
+        taken.commit();
+        break;
+    case 1:
+        taken.add(input);
+        break;
+    case 2:
+        taken.merge(input);
+        break;
+    default:
+        taken.record(input);
+    }
+}
+
+void batch(fuzz::bytes &input) {
+    const uci::package before = load();
+    uci::transaction work(place().folders(), uci::file::access::exclusive);
+    std::optional<steps> taken;
+    const attempt made = run(input, [&](const uci::store &) {
+        taken.emplace(work);
+        for (size_t count = 1 + input.below(5); count != 0; --count)
+            take_step(input, *taken);
+        work.end();
+    });
+    work = uci::transaction(place().folders(), uci::file::access::exclusive); // nobody waits for a dead one
+    const uci::package now = load();
+    if (!taken)
+        fuzz::expect(text_of(now) == text_of(before), "a transaction that did not begin is none",
+                     text_of(now));
+    else if (made.how == ended::well && !made.was_killed)
+        fuzz::expect(text_of(now) == text_of(taken->now()), "what a transaction wrote is there",
+                     text_of(now));
+    else
+        fuzz::expect(taken->was_ever(now), "a transaction that is cut short leaves whole steps",
+                     text_of(now));
+}
+
 // Another program's file or line; whatever it is, the store goes on.
 void interfere(fuzz::bytes &input) {
     if (input.flip()) {
@@ -311,7 +430,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::bytes input(data, size);
     begin(input);
     for (int step = 0; step < 16 && !input.empty(); ++step) {
-        switch (input.below(12)) {
+        switch (input.below(14)) {
         case 0:
             add(input);
             break;
@@ -324,6 +443,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             break;
         case 4:
             interfere(input);
+            break;
+        case 5:
+        case 6:
+            batch(input);
             break;
         default:
             record(input);
