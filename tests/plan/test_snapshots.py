@@ -214,7 +214,7 @@ class Export(Sources):
     def test_what_is_refused(self):
         for text, reason in ((NETWORK, "attempt to import a file without a package name"), ("", "no configuration"),
                              ("package network\nconfig 'x", "unterminated '"), ("package a/b\n", "invalid character"),
-                             ("\0", "invalid command"), ("package n\n" * 30000, "larger than 262144 bytes")):
+                             ("\0", "no configuration"), ("package n\n" * 30000, "larger than 262144 bytes")):
             self.refused(reason, "--device", "-", "--model", "finch", "{}", stdin=text)
         self.refused("does not say its model", "--device", "-", "{}", stdin=self.TEXT)
 
