@@ -86,7 +86,7 @@ void transaction::record(action kind, const path &where) {
 
 std::string transaction::add(const std::string &name, const std::string &type) {
     session &work = open(name);
-    const std::string section = work.content.next_name(type);
+    std::string section = work.content.next_name(type);
     work.record_all({{action::add, section, "", type}});
     return section;
 }

@@ -126,7 +126,7 @@ TEST_F(transaction_test, nobody_waits_for_ever) {
     fs::create_directory(root_ / "config2");
     write("config2/net", "config interface lan\n");
     write("config2/other", "config t s\n");
-    const auto work = [this](const uci::folders &where, const std::string &mine) {
+    const auto work = [](const uci::folders &where, const std::string &mine) {
         for (int round = 0; round < 100; ++round) {
             uci::transaction steps(where, uci::file::access::exclusive);
             steps.record(action::list_add, parse_path("net.lan.l=1"));
