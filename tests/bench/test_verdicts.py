@@ -56,10 +56,8 @@ class Verdicts(unittest.TestCase):
                  "read-command": {"read": 0.0017}, "log-memory": {"kib": 140_000},
                  "log-time-growth": {"seconds": 0.7}, "uci-show": {"show": 0.018}, "uci-batch": {"batch": 1.2},
                  "uci-commit": {"commit": 0.018}}
-        texts = {goal.name: goal.text for goal in goals.GOALS if goal.is_checked}
+        texts = {goal.name: goal.text for goal in goals.GOALS}
         for name, changed in worse.items():
-            if name not in texts:
-                continue
             with self.subTest(goal=name):
                 lines = goals.missed(measured(**changed))
                 self.assertEqual([line.partition(":")[0] for line in lines], [texts[name]])
