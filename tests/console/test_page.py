@@ -118,14 +118,14 @@ class Plan(PageTest):
 
     def test_matrix_of_all_models(self):
         self.browser.write(SSID, "Harbour Cafe")
-        self.browser.control("Key").send_keys("2g_sid", Keys.ENTER)
+        self.browser.control("Key").send_keys("2g_kee", Keys.ENTER)
         self.browser.click("Compare with all models")
         models = self.console.get("/api/router")["models"]
         wait_for("all cells", lambda: len(self.browser.all(".matrix td")) == 2 * len(models))
-        cell = self.browser.button(f"2g_sid on {models[3]}: unknown", ".matrix")
+        cell = self.browser.button(f"2g_kee on {models[3]}: unknown", ".matrix")
         self.assertEqual(self.browser.text(".tip"), "\n" * (len(models) - 1), "reasons show when asked for")
         self.browser.driver.execute_script("arguments[0].focus()", cell)
-        self.browser.wait_for_text("did you mean 2g_ssid?", ".tip")
+        self.browser.wait_for_text("did you mean 2g_key?", ".tip")
         self.browser.button(f"2g_ssid on {MODEL}: changed", ".matrix")
 
 
