@@ -10,7 +10,7 @@ from kit import PATIENCE, FleetTest, sample
 HOSTILE = [b"", b"   ", b"null", b"[]", b"17", b'"ap"', b"{}", b"{", b"\x00\x01", b"\xff\xfe", b"[" * 100_000,
            b'{"id": "e1", "model": 5, "uci": ""}', b'{"id": "e2", "model": "heron", "uci": 7}',
            b'{"id": "e3", "model": "heron", "uci": "config interface \'lan"}', b'{"a": "' + b"x" * 100_000 + b'"}',
-           b'{"id": "e4", "model": "heron", "uci": "\\u0000"}', b'{"id": {"a": 1}, "uci": ""}', b"\r"]
+           b'{"id": "e4", "model": "heron\\u0000", "uci": ""}', b'{"id": {"a": 1}, "uci": ""}', b"\r"]
 
 
 def zstd(content):
