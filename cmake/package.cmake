@@ -18,7 +18,7 @@ set(CPACK_COMPONENT_KIT_DESCRIPTION "Says what a push of settings to aerolink ro
 # cannot be.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/devkit/rehearsal/placeholder)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= 3.11)")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "python3 (>= 3.11), python3-yaml")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "man-db, bash-completion, zstd")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS python3-distributed)
 include(CPack)

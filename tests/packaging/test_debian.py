@@ -1,14 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 """The Debian package of the kit's tools: what is in it, what it depends on, and that it works from where it is unpacked."""
+import ast
 import json
 import os
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 from pathlib import Path
 
 BUILD = os.environ["BUILD"]
+PACKAGE_OF = {"dask": "python3-distributed", "cloudpickle": "python3-distributed"}  # it depends on both
 
 
 def run(*command, **options):
@@ -44,6 +47,24 @@ class Package(unittest.TestCase):
         kept = (self.root / "usr/share/aerolink/schema/openapi.yaml").read_text(encoding="utf-8")
         self.assertIn("examples:", kept)
         self.assertEqual(run(self.aerolink, "openapi"), kept)
+
+    def test_depends_on_what_its_python_imports(self):
+        """Every module that is neither Python's own nor in the package is of a package that is named to the user."""
+        files = [path for path in (self.root / "usr/libexec/aerolink").rglob("*")
+                 if path.is_file() and (path.suffix == ".py" or path.read_bytes().startswith(b"#!/usr/bin/env python3"))]
+        own = {path.stem for path in files}
+        imported = set()
+        for path in files:
+            for node in ast.walk(ast.parse(path.read_text(encoding="utf-8"))):
+                if isinstance(node, ast.Import):
+                    imported |= {name.name.split(".")[0] for name in node.names}
+                elif isinstance(node, ast.ImportFrom):
+                    imported.add(node.module.split(".")[0])
+        foreign = {PACKAGE_OF.get(name, f"python3-{name}") for name in imported - own - sys.stdlib_module_names}
+        self.assertIn("python3-yaml", foreign)
+        named = self.field("Depends") + ", " + self.field("Suggests")
+        self.assertLessEqual(foreign, set(re.findall(r"[a-z][a-z0-9.+-]+", named)))
+        self.assertIn("python3-yaml", self.field("Depends"))  # a cluster is a wish, a document is not
 
     def test_depends_on_what_its_programs_load(self):
         """Every library of the system that a program of it needs belongs to a package that it depends on."""
