@@ -37,6 +37,19 @@ class Writers(kit.StoreTest):
         self.assertEqual(bare[0], "net.lan=interface")
         self.assertIn("net.@rule[2].n='3'", bare)
 
+    def test_a_batch_ends_with_its_exit(self):
+        """Its writer need not close the pipe, and what is no command `exit` ends nothing."""
+        for text, wanted in (("set net.lan.n=1\nexit\n", "1"), ("set net.lan.n=2\n \tEXIT # x\n", "2"),
+                             ("set net.lan.n='\nexit\n'\nset net.lan.n=3\nbogus; exit\nexit\n", "3")):
+            with self.subTest(text=text), subprocess.Popen([kit.UCI, "-q", "-c", "config", "-t", "delta", "batch"], text=True,
+                                                           cwd=self.root, stdin=subprocess.PIPE) as batch:
+                batch.stdin.write(text)
+                batch.stdin.flush()
+                self.assertEqual(batch.wait(timeout=60), 0)
+                self.assertEqual(self.uci("get", "net.lan.n"), wanted + "\n")
+        done = self.run_uci("batch", stdin="import other\nconfig a 'b'\n\toption c '\nexit\nset'\n\texit\n")
+        self.assertIn("line 5", done.stderr)  # of the import's own text, which is read to its end
+
     def test_nothing_is_lost(self):
         writers = [self.start(WRITE.format(changes=CHANGES, number=number)) for number in range(WRITERS)]
         seen, rounds = [0] * WRITERS, 0

@@ -51,6 +51,40 @@ const command_line::command *command_line::find_command(std::string_view name) {
     return found == commands.end() ? nullptr : &*found;
 }
 
+namespace {
+
+bool is_exit(std::string_view word) { return strcasecmp(std::string(word).c_str(), "exit") == 0; }
+
+bool is_never_enough(std::string_view) { return false; }
+
+std::string_view last_line(std::string_view text) {
+    text.remove_suffix(text.ends_with('\n') ? 1 : 0);
+    return text.substr(text.rfind('\n') + 1);
+}
+
+// Whether a batch has come to its `exit`, so that nobody need wait for its input to end. What may be text of
+// an import is left to the end.
+bool ends_with_exit(std::string_view batch_text) {
+    const std::string_view line = last_line(batch_text);
+    const size_t first = line.find_first_not_of(" \t");
+    if (first == std::string_view::npos || !is_exit(line.substr(first, 4)))
+        return false;
+    lexer source(batch_text);
+    bool has_exit = false;
+    try {
+        for (const std::vector<word> *words = &source.next(); !words->empty(); words = &source.next()) {
+            if (strcasecmp(std::string(words->front().text).c_str(), "import") == 0)
+                return false;
+            has_exit = is_exit(words->front().text);
+        }
+    } catch (const parse_error &) {
+        return false;
+    }
+    return has_exit;
+}
+
+} // namespace
+
 void command_line::complain(const std::string &text) {
     if (!settings_.quiet)
         output_.complain("uci: " + text + "\n");
@@ -125,7 +159,7 @@ int command_line::help(const arguments &) {
 // In a batch what the batch has left.
 std::string command_line::read_input() {
     if (!is_in_batch())
-        return read_file_or_input(settings_);
+        return read_file_or_input(settings_, is_never_enough);
     return std::string(std::exchange(*batch_rest_, {}));
 }
 
@@ -155,7 +189,7 @@ void command_line::run_lines(std::string_view batch_text) {
         arguments line;
         for (const word &each : *words)
             line.emplace_back(each.text);
-        if (strcasecmp(line.front().c_str(), "exit") == 0)
+        if (is_exit(line.front()))
             return;
         batch_rest_ = source.rest();
         run_guarded(line);
@@ -169,7 +203,7 @@ void command_line::run_lines(std::string_view batch_text) {
 int command_line::batch(const arguments &) {
     if (is_in_batch())
         throw usage_error();
-    const std::string text = read_input();
+    const std::string text = read_file_or_input(settings_, ends_with_exit);
     work_.emplace(settings_.where, writes(text) ? file::access::exclusive : file::access::shared,
                   tolerated());
     batch_rest_ = text;

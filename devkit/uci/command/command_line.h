@@ -76,7 +76,7 @@ private:
 // Throws usage_error where a value follows.
 path path_without_value(const std::string &text);
 
-// What the options say to read.
-std::string read_file_or_input(const settings &given);
+// What the options say to read, to its end or to the first line end at which it is enough.
+std::string read_file_or_input(const settings &given, bool (*is_enough)(std::string_view));
 
 } // namespace uci

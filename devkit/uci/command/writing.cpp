@@ -3,9 +3,9 @@
 #include "devkit/uci/command/command_line.h"
 #include "devkit/uci/format.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -30,16 +30,18 @@ path path_without_value(const std::string &text) {
     return where;
 }
 
-std::string read_file_or_input(const settings &given) {
+std::string read_file_or_input(const settings &given, bool (*is_enough)(std::string_view)) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE *)> named(
         given.input.empty() ? nullptr : std::fopen(given.input.c_str(), "re"), std::fclose);
     if (!given.input.empty() && !named)
         throw command_error{given.input + ": " + std::strerror(errno)};
     std::FILE *input = named ? named.get() : stdin;
     std::string text;
-    std::array<char, 65536> block{};
-    for (size_t count = 0; (count = std::fread(block.data(), 1, block.size(), input)) != 0;)
-        text.append(block.data(), count);
+    char *line = nullptr;
+    size_t room = 0;
+    for (ssize_t length = 0; !is_enough(text) && (length = getline(&line, &room, input)) > 0;)
+        text.append(line, static_cast<size_t>(length));
+    std::free(line);
     if (std::ferror(input) != 0)
         throw io_error(errno);
     return text;
