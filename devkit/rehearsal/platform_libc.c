@@ -21,10 +21,10 @@
 #include <unistd.h>
 
 // Names that only a fortified build refers to have no declaration in the C library's headers.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 void __syslog_chk(int priority, int flag, const char *format, ...) __attribute__((format(printf, 3, 4)));
 ssize_t __readlink_chk(const char *path, char *buffer, size_t length, size_t buffer_size);
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 void library_function(const char *name, void *function) {
     void *symbol = dlsym(RTLD_NEXT, name);
@@ -91,7 +91,6 @@ void syslog(int priority, const char *format, ...) {
     va_end(arguments);
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
 void __syslog_chk(int priority, int flag, const char *format, ...) {
     (void)flag;
     va_list arguments;
@@ -131,7 +130,6 @@ ssize_t readlink(const char *path, char *buffer, size_t length) {
     return (ssize_t)copied;
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
 ssize_t __readlink_chk(const char *path, char *buffer, size_t length, size_t buffer_size) {
     if (length > buffer_size) {
         stage_add_violation("readlink of %s may write behind its buffer", path);

@@ -22,7 +22,7 @@ Function *of_library(const char *name) {
 
 } // namespace
 
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 
 // The engine has a thread that sleeps between looks at the memory in use; it is not to sleep in the world.
 extern "C" unsigned __wrap_sleep(unsigned seconds) {
@@ -48,4 +48,4 @@ extern "C" FILE *__wrap_fmemopen(void *buffer, size_t size, const char *mode) {
     return open(buffer, size, mode);
 }
 
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)

@@ -68,7 +68,7 @@ bool stop_failing() {
 
 } // namespace fuzz
 
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier)
 extern "C" {
 
 int __real_open(const char *path, int flags, ...);
@@ -116,4 +116,4 @@ int __wrap_mkdir(const char *path, mode_t mode) { return fails(ENOSPC) ? -1 : __
 int __wrap_mkostemp(char *path, int flags) { return fails(ENOSPC) ? -1 : __real_mkostemp(path, flags); }
 
 } // extern "C"
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
