@@ -21,14 +21,11 @@ REFUSED = {
 }
 
 
-def in_full(case, folder):
-    """The case, or if it is a variant of another one or the base of variants, a file with all of it."""
-    text = case.read_text(encoding="utf-8", errors="replace")
-    if "\n[as " not in text and "\n[parameters]" not in text:
-        return case
-    full = folder / f"full.{case.parent.name}.{case.name}"
-    full.write_bytes(subprocess.run([VARIANTS, "expand", case], check=True, capture_output=True).stdout)
-    return full
+def in_full(cases, folder):
+    """The cases, where one is a variant of another one or the base of variants a file with all of it."""
+    listed = "".join(f"{case}\n" for case in cases)
+    return subprocess.run([VARIANTS, "expand-into", folder], check=True, input=listed, capture_output=True,
+                          text=True).stdout.splitlines()
 
 
 def play(plugin, cases, folder):
@@ -66,7 +63,7 @@ class RecordedCases(unittest.TestCase):
         cases = sorted(RECORDED.rglob("*.case"))
         changed = set()
         with tempfile.TemporaryDirectory() as folder:
-            full = [in_full(case, Path(folder)) for case in cases]
+            full = in_full(cases, folder)
             plain, hardened = (play(plugin, full, Path(folder) / name)
                                for name, plugin in (("plain", PLUGIN), ("hardened", HARDENED)))
         for case, before, after in zip(cases, plain, hardened):

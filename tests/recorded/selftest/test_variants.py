@@ -66,8 +66,8 @@ class VariantsTest(unittest.TestCase):
         path.write_text(text)
         return path
 
-    def run_variants(self, *arguments):
-        return subprocess.run([VARIANTS, *arguments], capture_output=True, text=True)
+    def run_variants(self, *arguments, given=None):
+        return subprocess.run([VARIANTS, *arguments], capture_output=True, text=True, input=given)
 
     def expand(self, path):
         done = self.run_variants("expand", path)
@@ -88,6 +88,18 @@ class VariantsTest(unittest.TestCase):
         variant = self.write("variant", "# Purpose: Europe.\n[as base]\nzone = Europe = far\n")
         self.assertEqual(self.expand(variant), FULL.replace("China", "Europe = far").replace(
             "one zone,\n# and another", "Europe"))
+
+    def test_many_at_once(self):
+        base = self.folder / "base.case"
+        plain = self.write("plain", "# Purpose: plain.\n\n[call x]\n[]\n")
+        variant = self.write("variant", "# Purpose: x.\n[as base]\nflag = 2\n")
+        done = self.run_variants("expand-into", self.folder, given=f"{variant}\n{plain}\n{base}\n")
+        first, third = self.folder / "full.1", self.folder / "full.3"
+        self.assertEqual((done.returncode, done.stdout), (0, f"{first}\n{plain}\n{third}\n"))
+        self.assertEqual((first.read_text(), third.read_text()), (self.expand(variant), self.expand(base)))
+        refused = self.write("refused", "# Purpose: x.\n[as base]\ncolour = red\n")
+        done = self.run_variants("expand-into", self.folder, given=f"{variant}\n{refused}\n{plain}\n")
+        self.assertEqual((done.returncode, done.stderr), (2, f"{refused}: the base has no parameter colour\n"))
 
     def test_differences(self):
         variant = self.write("variant", "# Purpose: x.\n[as base]\n[but]\n@@\n sync\n+commit\n"
