@@ -7,6 +7,7 @@
 #include "devkit/apid/routes.h"
 #include "devkit/apid/trace.h"
 
+#include <new>
 #include <syslog.h>
 
 namespace apid {
@@ -50,11 +51,21 @@ void trace_reply(const outcome &done, unsigned status) {
     trace::add("reply", members);
 }
 
+// Null when it is none.
+json_ptr object_of(const request &asked, bool is_get) {
+    return is_get ? parse_query(asked.query) : parse_object(asked.body);
+}
+
 } // namespace
 
 reply answer(const request &asked, const route &target) {
     const bool is_get = target.method == "GET";
-    json_ptr object = is_get ? parse_query(asked.query) : parse_object(asked.body);
+    json_ptr object;
+    try {
+        object = object_of(asked, is_get);
+    } catch (const std::bad_alloc &) {
+        return error_reply(500, "the request does not fit into memory");
+    }
     if (object == nullptr)
         return error_reply(400, is_get ? "the query is not UTF-8" : "the body is not a JSON object");
     trace_request(asked, object.get());

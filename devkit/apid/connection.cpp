@@ -22,13 +22,19 @@ connection::~connection() { close(socket_); }
 
 short connection::events() const {
     const short output = sent_ < output_.size() ? POLLOUT : 0;
-    return phase_ == phase::replying ? output : static_cast<short>(POLLIN | output);
+    return takes_input() ? static_cast<short>(POLLIN | output) : output;
+}
+
+// Input is not taken before it is needed: requests sent ahead stay in the socket, whose room the system
+// limits.
+bool connection::takes_input() const {
+    return phase_ == phase::lingering || (phase_ == phase::reading && !has_news_);
 }
 
 void connection::transfer() {
     if (sent_ < output_.size())
         send();
-    if (phase_ == phase::reading || phase_ == phase::lingering)
+    if (takes_input())
         receive();
 }
 

@@ -43,8 +43,8 @@ public:
     const request_reader &reader() const { return reader_; }
     bool is_idle() const { return phase_ == phase::reading && !reader_.wants_body() && input_.empty(); }
 
-    // Bytes of an unfinished request.
-    size_t held() const { return input_.size() + reader_.held(); }
+    // Bytes of memory for what has arrived and for what is to be sent.
+    size_t held() const { return input_.capacity() + reader_.held() + output_.capacity(); }
 
     // Answers the request. The connection lives on when the client keeps it, no part of a body is outstanding
     // and `may_keep`.
@@ -63,6 +63,7 @@ public:
     void end() { phase_ = phase::over; }
 
 private:
+    bool takes_input() const;
     void receive();
     void send();
     void finish_reply();

@@ -5,6 +5,8 @@
 #include "devkit/apid/text.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <new>
 #include <string>
 
 namespace apid {
@@ -53,8 +55,13 @@ json_ptr parse_object(std::string_view text) {
         return nullptr;
     // To json-c the value is a level too.
     const std::unique_ptr<json_tokener, tokener_release> tokener(json_tokener_new_ex(max_nesting + 1));
+    if (tokener == nullptr)
+        throw std::bad_alloc();
     json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT);
+    errno = 0; // json-c tells want of memory from a wrong text in no other way
     json_ptr object(json_tokener_parse_ex(tokener.get(), text.data(), static_cast<int>(text.size())));
+    if (object == nullptr && errno == ENOMEM)
+        throw std::bad_alloc();
     if (json_tokener_get_error(tokener.get()) != json_tokener_success ||
         json_tokener_get_parse_end(tokener.get()) != text.size() ||
         !json_object_is_type(object.get(), json_type_object) || !is_plain_json(text))

@@ -6,8 +6,8 @@
 #include "devkit/apid/text.h"
 
 #include <algorithm>
+#include <boost/beast/core/buffers_range.hpp>
 #include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/string_body.hpp>
 #include <charconv>
 #include <cstdint>
 #include <utility>
@@ -31,9 +31,39 @@ struct chunk_header {
     chunk_scanner chunks;
 };
 
+// A body that takes the room of what has arrived. The library's own makes room for all that is announced,
+// which costs a client nothing.
+struct growing_body {
+    using value_type = std::string;
+
+    class reader {
+    public:
+        template <bool is_request, class fields>
+        reader(http::header<is_request, fields> & /*head*/, value_type &body) : body_(body) {}
+
+        static void init(const boost::optional<std::uint64_t> & /*length*/, boost::beast::error_code &error) {
+            error = {};
+        }
+
+        template <class buffers>
+        size_t put(const buffers &parts, boost::beast::error_code &error) {
+            const size_t before = body_.size();
+            for (const auto part : boost::beast::buffers_range_ref(parts))
+                body_.append(static_cast<const char *>(part.data()), part.size());
+            error = {};
+            return body_.size() - before;
+        }
+
+        static void finish(boost::beast::error_code &error) { error = {}; }
+
+    private:
+        value_type &body_;
+    };
+};
+
 } // namespace
 
-struct request_reader::parser : http::request_parser<http::string_body> {
+struct request_reader::parser : http::request_parser<growing_body> {
     chunk_header header;
 };
 
@@ -134,7 +164,11 @@ request_reader::progress request_reader::read(std::string &input) {
 
 bool request_reader::wants_body() const { return parser_ != nullptr && !parser_->is_done(); }
 
-size_t request_reader::held() const { return parser_ == nullptr ? 0 : parser_->get().body().size(); }
+size_t request_reader::received() const { return parser_ == nullptr ? 0 : parser_->get().body().size(); }
+
+size_t request_reader::held() const {
+    return request_.body.capacity() + (parser_ == nullptr ? 0 : parser_->get().body().capacity());
+}
 
 request_reader::progress request_reader::refuse(reply why) {
     refusal_ = std::move(why);
@@ -196,8 +230,7 @@ request_reader::progress request_reader::parse_head(std::string_view head) {
 }
 
 request_reader::progress request_reader::read_body(std::string &input) {
-    if (announces_too_much(
-            request_.known.content_length.value_or(""))) // the parser would make room for all of it
+    if (announces_too_much(request_.known.content_length.value_or("")))
         return refuse(refuse_size());
     std::string_view rest = input;
     while (wants_body() && !rest.empty()) {

@@ -58,7 +58,8 @@ public:
     // Whether the body is still to come.
     bool wants_body() const;
 
-    // Bytes of the body so far.
+    // Bytes of the body so far, and the memory for them.
+    size_t received() const;
     size_t held() const;
 
 private:

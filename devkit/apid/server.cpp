@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <list>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -32,7 +33,7 @@ using namespace std::chrono_literals;
 using phase = connection::phase;
 
 constexpr size_t max_connections = 512;
-constexpr size_t max_held = size_t{64} << 20; // bytes of all unfinished requests
+constexpr size_t max_held = size_t{64} << 20; // bytes of all connections but the one that holds most
 constexpr size_t accepted_at_once = 64;
 constexpr connection::time time_to_linger = 2s; // for a client to take a last reply
 constexpr connection::time time_to_finish = 1s; // after a stop, for what is not complete
@@ -143,12 +144,17 @@ milliseconds server::time_to_wait() const {
     return wait;
 }
 
-// Answers one request at most: the other clients have their turn before the next one.
+// Answers one request at most: the other clients have their turn before the next one. A client whose bytes do
+// not fit into memory loses its connection, and nobody else does.
 void server::attend(connection &client, bool is_ready) {
-    if (is_ready)
-        client.transfer();
-    if (client.has_news())
-        serve(client);
+    try {
+        if (is_ready)
+            client.transfer();
+        if (client.has_news())
+            serve(client);
+    } catch (const std::bad_alloc &) {
+        client.end();
+    }
     if (client.took_reply())
         client.set_deadline(deadline_in(client.now() == phase::lingering ? time_to_linger : timeout_));
 }
@@ -217,18 +223,22 @@ bool server::make_room() {
     return true;
 }
 
-// Ends unfinished requests, the oldest first, while all of them hold too much.
+// Ends connections, first those that hold much, while all of them hold too much. The one that holds most is
+// left alone: a log's reply may be larger than the limit by itself.
 void server::limit_memory() {
     size_t held = 0;
     for (const connection &client : clients_)
-        held += client.now() == phase::reading ? client.held() : 0;
-    for (connection &client : clients_) {
-        if (held <= max_held)
-            return;
-        if (client.now() == phase::reading) {
-            held -= client.held();
-            client.end();
-        }
+        held += client.held();
+    if (held <= max_held)
+        return;
+    std::vector<connection *> by_size;
+    for (connection &client : clients_)
+        by_size.push_back(&client);
+    std::ranges::stable_sort(by_size, std::greater{}, &connection::held);
+    held -= by_size.front()->held();
+    for (size_t at = 1; held > max_held; ++at) {
+        held -= by_size[at]->held();
+        by_size[at]->end();
     }
 }
 

@@ -4,6 +4,8 @@
 import contextlib
 import os
 import resource
+import socket
+import threading
 import time
 
 from support import DaemonTest, read_all, replies
@@ -109,3 +111,70 @@ class Crowd(DaemonTest):
                 client.sendall(HEAD[:number % len(HEAD)])
         self.check_honest(daemon)
         self.assertLess(len(os.listdir(f"/proc/{daemon.process.pid}/fd")), 40)
+
+
+class LittleMemory(Crowd):
+    """As in the router in a box, whose programs get 256 MiB."""
+
+    def daemon(self, *arguments, **options):
+        if "asan" in os.path.basename(os.environ["APID_COMMAND"].split()[0]):
+            self.skipTest("the sanitizer needs more addresses than there would be")
+        further_limits = options.pop("preexec_fn", lambda: None)
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_AS, (256 << 20, 256 << 20))
+            further_limits()
+
+        return super().daemon(*arguments, preexec_fn=limit, **options)
+
+    def hold(self, daemon, count, sent):
+        """Clients that send as much as is taken from them within a moment, and take nothing."""
+        with contextlib.ExitStack() as clients:
+            for _ in range(count):
+                client = clients.enter_context(socket.socket())
+                client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
+                client.connect((daemon.address, daemon.port))
+                client.settimeout(0.1)
+                with contextlib.suppress(OSError):
+                    client.sendall(sent)
+            self.check_honest(daemon)
+
+    def test_many_requests_whose_replies_are_not_taken(self):
+        request = b"GET /none?" + b"x" * 30_000 + b" HTTP/1.1\r\nHost: localhost\r\n\r\n"
+        self.hold(self.daemon(), 50, request * 400)
+
+    def test_large_replies_that_are_not_taken(self):
+        self.hold(self.daemon(), 400, POST + b"Content-Length: 1000000\r\n\r\n{\"a\":\"" + b"x" * 999_992 + b"\"}")
+
+    def test_clients_that_hold_little_outlive_those_that_hold_much(self):
+        daemon = self.daemon()
+        upload = POST + b"Connection: close\r\nContent-Length: 10\r\n\r\n"
+        with daemon.connect() as idle, daemon.connect() as slow:
+            slow.sendall(upload + b'{"a":')
+            with self.crowd(daemon, 200, POST + b"Content-Length: 1048576\r\n\r\n" + b"{" * 1_000_000):
+                self.check_honest(daemon)
+                slow.sendall(b' "b"}')
+                idle.sendall(HEAD + b"Connection: close\r\n\r\n")
+                self.assertEqual([replies(read_all(client))[0][0] for client in (idle, slow)], [200, 200])
+
+    def test_requests_sent_ahead_cost_no_more_than_others(self):
+        count = 200_000
+        with self.daemon().connect() as client:
+            asked = b"GET /x HTTP/1.1\r\nHost: localhost\r\n\r\n" * count
+            sender = threading.Thread(target=client.sendall, args=(asked,))
+            sender.start()
+            answered, start = 0, time.monotonic()
+            while answered < count:
+                answered += client.recv(1 << 20).count(b"HTTP/1.1 404")
+                self.assertLess(time.monotonic() - start, 20, f"{answered} answered")
+            sender.join()
+
+    def test_a_request_that_does_not_fit_is_not_called_wrong(self):
+        daemon = self.daemon()
+        with open(f"/proc/{daemon.process.pid}/statm", encoding="ascii") as pages:
+            size = int(pages.read().split()[0]) * resource.getpagesize()
+        resource.prlimit(daemon.process.pid, resource.RLIMIT_AS, (size + (12 << 20), 256 << 20))
+        numbers = {"a": [0] * 300_000}
+        status, _, answer = daemon.post("/test/echo_post", numbers)
+        self.assertEqual((status, answer), (500, {"error": "the request does not fit into memory"}))
+        self.assertEqual(daemon.post("/test/echo_post", {"a": 1})[0], 200)

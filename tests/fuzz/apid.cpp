@@ -91,7 +91,7 @@ std::vector<std::string> read_stream(std::string_view stream, size_t piece) {
         switch (reader.read(input)) {
         case apid::request_reader::progress::wants_more:
             if (stream.empty()) {
-                found.push_back("unfinished, with " + std::to_string(input.size() + reader.held()) +
+                found.push_back("unfinished, with " + std::to_string(input.size() + reader.received()) +
                                 " bytes");
                 return found;
             }
