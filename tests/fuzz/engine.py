@@ -4,6 +4,7 @@
 import os
 import re
 import subprocess
+import time
 from collections import namedtuple
 from pathlib import Path
 
@@ -57,10 +58,12 @@ def search(program, seconds, corpus, artifacts, seed=0):
     options = [f"-max_total_time={seconds}", f"-max_len={LONGEST[target]}", "-len_control=20", f"-timeout={LONGEST_RUN}",
                "-rss_limit_mb=1024", "-print_final_stats=1", f"-seed={seed}", f"-artifact_prefix={artifacts}/",
                *([f"-dict={dictionary}"] if dictionary.exists() else [])]
+    start = time.monotonic()
     run = subprocess.run([program, *options, corpus, *inputs(target)], env=environment(), stdout=subprocess.PIPE,
                          stderr=subprocess.STDOUT, encoding="utf-8", errors="replace")
+    seconds = round(time.monotonic() - start)
     report = run.stdout
-    finding = None if run.returncode == 0 else summary(report) or f"status {run.returncode}"
+    is_fine = run.returncode == 0 or "run interrupted; exiting" in report
+    finding = None if is_fine else summary(report) or f"status {run.returncode}"
     return Outcome(figure(r"stat::number_of_executed_units:\s+(\d+)", report) or figure(r"^#(\d+)", report),
-                   figure(r"Done \d+ runs in (\d+) second", report) or seconds,
-                   figure(r"cov: (\d+)", report), figure(r"Loaded \d+ modules\s+\((\d+)", report), finding, report)
+                   seconds, figure(r"cov: (\d+)", report), figure(r"Loaded \d+ modules\s+\((\d+)", report), finding, report)
