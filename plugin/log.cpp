@@ -49,7 +49,7 @@ void mask_secrets(json_object *value) {
 
 void log_masked(const char *name, json_object *object) {
     json_object *copy = nullptr;
-    if (json_object_deep_copy(object, &copy, nullptr) != 0) {
+    if (object != nullptr && json_object_deep_copy(object, &copy, nullptr) != 0) {
         log_text(name, "***");
         return;
     }
