@@ -66,7 +66,7 @@ void connection::send() {
     sent_ += static_cast<size_t>(size);
     if (sent_ < output_.size())
         return;
-    output_ = {};
+    std::string().swap(output_); // an assignment would keep its memory
     sent_ = 0;
     if (phase_ == phase::replying)
         finish_reply();
@@ -77,6 +77,7 @@ void connection::finish_reply() {
     if (keeps_) {
         phase_ = phase::reading;
         reader_ = {};
+        input_.shrink_to_fit();
         has_news_ = !input_.empty() || input_ended_;
         return;
     }

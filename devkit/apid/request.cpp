@@ -156,7 +156,15 @@ bool announces_too_much(std::string_view content_length) {
 request_reader::request_reader() = default;
 request_reader::~request_reader() = default;
 request_reader::request_reader(request_reader &&) noexcept = default;
-request_reader &request_reader::operator=(request_reader &&) noexcept = default;
+
+// Swaps, so that the memory of what was read goes with the other one.
+request_reader &request_reader::operator=(request_reader &&other) noexcept {
+    std::swap(scanner_, other.scanner_);
+    std::swap(parser_, other.parser_);
+    std::swap(request_, other.request_);
+    std::swap(refusal_, other.refusal_);
+    return *this;
+}
 
 request_reader::progress request_reader::read(std::string &input) {
     return parser_ == nullptr ? read_head(input) : read_body(input);

@@ -157,6 +157,20 @@ class LittleMemory(Crowd):
                 idle.sendall(HEAD + b"Connection: close\r\n\r\n")
                 self.assertEqual([replies(read_all(client))[0][0] for client in (idle, slow)], [200, 200])
 
+    def test_clients_that_took_their_replies_hold_nothing(self):
+        daemon = self.daemon()
+        asked = b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\n\r\n"
+        with contextlib.ExitStack() as clients:
+            idle = [clients.enter_context(daemon.connect()) for _ in range(8)]
+            for client in idle:
+                client.sendall(asked)
+                taken = 0
+                while taken < 20_000_000:
+                    taken += len(client.recv(1 << 20))
+            for client in idle:
+                client.sendall(HEAD + b"Connection: close\r\n\r\n")
+                self.assertIn(b"HTTP/1.1 200 OK", read_all(client))
+
     def test_requests_sent_ahead_cost_no_more_than_others(self):
         count = 200_000
         with self.daemon().connect() as client:
