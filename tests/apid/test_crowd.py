@@ -102,7 +102,7 @@ class Crowd(DaemonTest):
             with open(f"/proc/{daemon.process.pid}/status", encoding="ascii") as status:
                 resident = next(int(line.split()[1]) for line in status if line.startswith("VmRSS:"))
         if "asan" not in os.path.basename(daemon.process.args[0]):
-            self.assertLess(resident, 100_000, "kB")
+            self.assertLess(resident, 120_000, "kB: 64 MiB, and what the allocator keeps of bodies that grew")
 
     def test_clients_that_come_and_go(self):
         daemon = self.daemon()
@@ -177,9 +177,11 @@ class LittleMemory(Crowd):
             asked = b"GET /x HTTP/1.1\r\nHost: localhost\r\n\r\n" * count
             sender = threading.Thread(target=client.sendall, args=(asked,))
             sender.start()
-            answered, start = 0, time.monotonic()
+            answered, rest, start = 0, b"", time.monotonic()
             while answered < count:
-                answered += client.recv(1 << 20).count(b"HTTP/1.1 404")
+                received = rest + client.recv(1 << 20)
+                answered += received.count(b"HTTP/1.1 404")
+                rest = received[-11:]  # the beginning of one may be among them, but not all of it
                 self.assertLess(time.monotonic() - start, 20, f"{answered} answered")
             sender.join()
 
