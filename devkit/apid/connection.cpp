@@ -64,6 +64,7 @@ void connection::send() {
         return;
     }
     sent_ += static_cast<size_t>(size);
+    took_part_ = took_part_ || phase_ == phase::replying;
     if (sent_ < output_.size())
         return;
     std::string().swap(output_); // an assignment would keep its memory
@@ -73,7 +74,6 @@ void connection::send() {
 }
 
 void connection::finish_reply() {
-    took_reply_ = true;
     if (keeps_) {
         phase_ = phase::reading;
         reader_ = {};
@@ -81,7 +81,7 @@ void connection::finish_reply() {
         has_news_ = !input_.empty() || input_ended_;
         return;
     }
-    input_ = {};
+    std::string().swap(input_);
     phase_ = shutdown(socket_, SHUT_WR) == 0 && !input_ended_ ? phase::lingering : phase::over;
 }
 
@@ -109,6 +109,6 @@ void connection::reply_with(const reply &content, bool may_keep) {
     send();
 }
 
-bool connection::took_reply() { return std::exchange(took_reply_, false); }
+bool connection::took_part() { return std::exchange(took_part_, false); }
 
 } // namespace apid

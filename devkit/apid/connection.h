@@ -13,7 +13,7 @@ public:
     // Time in which the daemon serves: the time in handlers does not count.
     using time = std::chrono::steady_clock::duration;
 
-    // What the client is waited for with, the most patiently last.
+    // What the client is waited for with.
     enum class phase {
         over,      // to be closed
         lingering, // to end the connection: all is sent, and what still arrives is dropped, since closing now
@@ -57,8 +57,8 @@ public:
     time deadline() const { return deadline_; }
     void set_deadline(time deadline) { deadline_ = deadline; }
 
-    // Whether a reply was sent to its end since the last call.
-    bool took_reply();
+    // Whether a part of a reply was sent since the last call.
+    bool took_part();
 
     void end() { phase_ = phase::over; }
 
@@ -78,7 +78,7 @@ private:
     bool has_news_ = false;    // input, or its end, that was not looked at
     bool input_ended_ = false; // the client sends nothing more
     bool keeps_ = false;       // the connection, after the reply
-    bool took_reply_ = false;
+    bool took_part_ = false;
 };
 
 } // namespace apid

@@ -116,7 +116,7 @@ void server::turn() {
     for (connection &client : clients_)
         attend(client, (ready++)->revents != 0);
     if (watched[1].revents != 0)
-        accept_clients(accepted_at_once);
+        accept_clients(std::min(accepted_at_once, places_)); // none makes room before it had its turn
     limit_memory();
     drop_overdue();
     if (stops())
@@ -155,7 +155,7 @@ void server::attend(connection &client, bool is_ready) {
     } catch (const std::bad_alloc &) {
         client.end();
     }
-    if (client.took_reply())
+    if (client.took_part())
         client.set_deadline(deadline_in(client.now() == phase::lingering ? time_to_linger : timeout_));
 }
 
@@ -212,9 +212,13 @@ void server::accept_clients(size_t at_most) {
     }
 }
 
-// Ends the connection of the client that is waited for with the least reason; false when there is none.
+// Ends a connection: one whose reply is sent, or the one that has been waited for the longest; false when
+// there is none.
 bool server::make_room() {
-    const auto rank = [](const connection &client) { return std::tuple(client.now(), client.deadline()); };
+    const auto rank = [](const connection &client) {
+        const bool is_answered = client.now() == phase::over || client.now() == phase::lingering;
+        return std::tuple(!is_answered, client.deadline());
+    };
     const auto least = std::min_element(clients_.begin(), clients_.end(),
                                         [&](const auto &a, const auto &b) { return rank(a) < rank(b); });
     if (least == clients_.end())

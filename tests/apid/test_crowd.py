@@ -8,7 +8,7 @@ import socket
 import threading
 import time
 
-from support import DaemonTest, read_all, replies
+from support import PATIENCE, DaemonTest, read_all, replies
 
 HEAD = b"GET /test/echo HTTP/1.1\r\nHost: localhost\r\n"
 POST = b"POST /test/echo_post HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
@@ -35,6 +35,24 @@ class Crowd(DaemonTest):
             for client in crowd:
                 client.sendall(sent)
             yield crowd
+
+    def connect_narrow(self, daemon, width=2048):
+        """A client to whom little can be sent at once."""
+        client = socket.socket()
+        client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, width)
+        client.settimeout(PATIENCE)
+        client.connect((daemon.address, daemon.port))
+        return client
+
+    def wait_until_idle(self, daemon):
+        def processor_time():
+            with open(f"/proc/{daemon.process.pid}/stat", encoding="ascii") as status:
+                return status.read().rpartition(")")[2].split()[11:13]
+
+        before = None
+        while (now := processor_time()) != before:
+            before = now
+            time.sleep(0.2)
 
     def check_honest(self, daemon):
         times = []
@@ -78,15 +96,40 @@ class Crowd(DaemonTest):
             crowd[-1].sendall(HEAD + b"Connection: close\r\n\r\n")
             self.assertEqual(replies(read_all(crowd[-1]))[0][0], 200)
 
-    def test_replies_that_are_not_taken_make_room_last(self):
+    def test_a_reply_that_is_being_taken_makes_no_room(self):
         daemon = self.daemon()
-        with daemon.connect() as taking:
+        received = b""
+        with contextlib.ExitStack() as clients:
+            taking = clients.enter_context(self.connect_narrow(daemon, 65536))
             taking.sendall(b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n")
-            first = taking.recv(1000)
-            with self.crowd(daemon, 600, b""):
+            for _ in range(8):
+                clients.enter_context(self.crowd(daemon, 80, b""))
+                wanted = len(received) + 2_000_000
+                while len(received) < wanted:
+                    received += taking.recv(wanted - len(received)) or self.fail(f"ended after {len(received)} bytes")
+            received += read_all(taking)
+        self.assertGreater(len(received), 20_000_000)
+
+    def test_replies_that_are_not_taken_make_room(self):
+        """Clients ask ahead until no more can be sent to them, in all places; then others come and go."""
+        daemon = self.daemon()
+        asked = b"GET /test/large?size=100000 HTTP/1.1\r\nHost: localhost\r\n\r\n" * 100
+        stop = threading.Event()
+
+        def come_and_go():
+            while not stop.is_set():
+                daemon.connect().close()
+
+        with contextlib.ExitStack() as clients:
+            for _ in range(512):
+                clients.enter_context(self.connect_narrow(daemon)).sendall(asked)
+            self.wait_until_idle(daemon)
+            coming = threading.Thread(target=come_and_go)
+            clients.callback(coming.join)
+            clients.callback(stop.set)
+            coming.start()
+            for _ in range(30):
                 self.check_honest(daemon)
-                received = first + read_all(taking)
-        self.assertEqual(len(replies(received)[0][2]["response"]["text"]), 20_000_000)
 
     def test_few_descriptors(self):
         daemon = self.daemon(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))
@@ -131,9 +174,7 @@ class LittleMemory(Crowd):
         """Clients that send as much as is taken from them within a moment, and take nothing."""
         with contextlib.ExitStack() as clients:
             for _ in range(count):
-                client = clients.enter_context(socket.socket())
-                client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 2048)
-                client.connect((daemon.address, daemon.port))
+                client = clients.enter_context(self.connect_narrow(daemon))
                 client.settimeout(0.1)
                 with contextlib.suppress(OSError):
                     client.sendall(sent)

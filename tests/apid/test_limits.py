@@ -163,6 +163,20 @@ class Time(DaemonTest):
             self.assertLess(len(read_all(client)), 20_000_000)
         self.assertEqual(daemon.get("/test/echo")[0], 200)
 
+    def test_each_part_of_a_reply_has_its_own_time(self):
+        daemon = self.daemon("--timeout", str(TIMEOUT))
+        received = b""
+        with daemon.connect() as client:
+            client.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 65536)
+            client.sendall(b"GET /test/large?size=20000000 HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n")
+            for _ in range(4):
+                wanted = len(received) + 4_000_000
+                while len(received) < wanted:
+                    received += client.recv(wanted - len(received)) or self.fail(f"ended after {len(received)} bytes")
+                time.sleep(TIMEOUT * 0.3)
+            received += read_all(client)
+        self.assertGreater(len(received), 20_000_000)
+
     def test_each_request_has_its_own_time(self):
         daemon = self.daemon("--timeout", str(TIMEOUT))
         connection = http.client.HTTPConnection(daemon.address, daemon.port, timeout=PATIENCE)
