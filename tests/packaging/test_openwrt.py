@@ -23,8 +23,8 @@ HARDENED_TEXT = b"value refused, key = "
 HOST_OPTION = re.compile(r'set\((AEROLINK_HOST_\w+) "([^"]+)" CACHE STRING')
 
 
-def run(*command, **environment):
-    return subprocess.run(command, env=os.environ | environment, text=True, capture_output=True, check=True).stdout
+def run(*command, cwd=None, **environment):
+    return subprocess.run(command, cwd=cwd, env=os.environ | environment, text=True, capture_output=True, check=True).stdout
 
 
 def files(folder):
@@ -40,7 +40,11 @@ class Sdk:
         (self.out / "Kconfig").write_text(
             f'config PACKAGE_aerolink\n\tbool\n\tdefault y\nsource "{PACKAGE}/Config.in"\n', encoding="ascii")
         self.config.write_text(chosen, encoding="ascii")
-        run(os.environ["KCONFIG"], "--olddefconfig", str(self.out / "Kconfig"), KCONFIG_CONFIG=str(self.config))
+        self.configure(self.out / "Kconfig")
+
+    def configure(self, kconfig):
+        """Completes the configuration. Run in its folder: the file is first written in the current one, then renamed."""
+        run(os.environ["KCONFIG"], "--olddefconfig", str(kconfig), cwd=self.out, KCONFIG_CONFIG=str(self.config))
 
     def options(self):
         """The configuration: symbol to value."""
@@ -125,7 +129,7 @@ class Configuration(SdkTest):
         sdk.config.write_text("# CONFIG_PACKAGE_aerolink is not set\n", encoding="ascii")
         kconfig = sdk.out / "Kconfig"
         kconfig.write_text(kconfig.read_text(encoding="ascii").replace("bool", 'bool "aerolink"'), encoding="ascii")
-        run(os.environ["KCONFIG"], "--olddefconfig", str(kconfig), KCONFIG_CONFIG=str(sdk.config))
+        sdk.configure(kconfig)
         self.assertEqual(sdk.options(), {})
 
 
