@@ -9,6 +9,7 @@
 
 #include <new>
 #include <syslog.h>
+#include <utility>
 
 namespace apid {
 
@@ -34,21 +35,19 @@ unsigned status_of(int result) {
 void trace_request(const request &asked, json_object *object) {
     if (!trace::is_kept())
         return;
-    json_object *members = json_object_new_object();
-    json_object_object_add(members, "method", json_object_new_string(asked.method.c_str()));
-    json_object_object_add(members, "path", json_object_new_string(asked.path.c_str()));
-    json_object_object_add(members, "request", json_object_get(object));
-    trace::add("request", members);
+    trace::add("request", {{"method", json_object_new_string(asked.method.c_str())},
+                           {"path", json_object_new_string(asked.path.c_str())},
+                           {"request", json_object_get(object)}});
 }
 
 void trace_reply(const outcome &done, unsigned status) {
     if (!trace::is_kept())
         return;
-    json_object *members = json_object_new_object();
-    json_object_object_add(members, "status", json_object_new_int(static_cast<int>(status)));
-    if (done.body.size() <= max_traced)
-        json_object_object_add(members, "reply", json_tokener_parse(done.body.c_str()));
-    trace::add("reply", members);
+    const std::pair number("status", json_object_new_int(static_cast<int>(status)));
+    if (done.body.size() > max_traced)
+        trace::add("reply", {number});
+    else
+        trace::add("reply", {number, {"reply", json_tokener_parse(done.body.c_str())}});
 }
 
 // Null when it is none.
@@ -61,15 +60,17 @@ json_ptr object_of(const request &asked, bool is_get) {
 reply answer(const request &asked, const route &target) {
     const bool is_get = target.method == "GET";
     json_ptr object;
+    json_ptr response;
     try {
         object = object_of(asked, is_get);
+        response = new_object();
     } catch (const std::bad_alloc &) {
         return error_reply(500, "the request does not fit into memory");
     }
     if (object == nullptr)
         return error_reply(400, is_get ? "the query is not UTF-8" : "the body is not a JSON object");
     trace_request(asked, object.get());
-    outcome done = exchange(target, std::move(object));
+    outcome done = exchange(target, std::move(object), std::move(response));
     const unsigned status = status_of(done.result);
     trace_reply(done, status);
     syslog(LOG_INFO, "%s %s: result %d, status %u", target.method.c_str(), asked.path.c_str(), done.result,

@@ -14,6 +14,9 @@ namespace {
 
 constexpr size_t piece_size = size_t{64} << 10; // read at once
 
+// An assignment would keep the memory.
+void release(std::string &text) { std::string().swap(text); }
+
 bool should_wait() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
 
 } // namespace
@@ -67,7 +70,7 @@ void connection::send() {
     took_part_ = took_part_ || phase_ == phase::replying;
     if (sent_ < output_.size())
         return;
-    std::string().swap(output_); // an assignment would keep its memory
+    release(output_);
     sent_ = 0;
     if (phase_ == phase::replying)
         finish_reply();
@@ -81,7 +84,7 @@ void connection::finish_reply() {
         has_news_ = !input_.empty() || input_ended_;
         return;
     }
-    std::string().swap(input_);
+    release(input_);
     phase_ = shutdown(socket_, SHUT_WR) == 0 && !input_ended_ ? phase::lingering : phase::over;
 }
 
@@ -107,6 +110,13 @@ void connection::reply_with(const reply &content, bool may_keep) {
         output_ += wire;
     phase_ = phase::replying;
     send();
+}
+
+void connection::end() {
+    phase_ = phase::over;
+    reader_ = {};
+    release(input_);
+    release(output_);
 }
 
 bool connection::took_part() { return std::exchange(took_part_, false); }

@@ -60,7 +60,8 @@ public:
     // Whether a part of a reply was sent since the last call.
     bool took_part();
 
-    void end() { phase_ = phase::over; }
+    // Gives back what it holds; the socket is closed with the object.
+    void end();
 
 private:
     bool takes_input() const;

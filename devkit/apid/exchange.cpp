@@ -12,7 +12,6 @@
 #include "devkit/apid/trace.h"
 #include "platform/host.h"
 
-#include <new>
 #include <utility>
 
 namespace apid {
@@ -52,29 +51,23 @@ int run_handler(const route &target, json_object *request, json_object *response
 void trace_dispatch(const char *kind, const char *path) {
     if (!trace::is_kept())
         return;
-    json_object *members = json_object_new_object();
-    json_object_object_add(members, "path", json_object_new_string(path));
-    trace::add(kind, members);
+    trace::add(kind, {{"path", json_object_new_string(path)}});
 }
 
 std::string reply_text(int result, json_ptr response) {
-    const json_ptr reply(json_object_new_object());
-    json_object_object_add(reply.get(), "result", json_object_new_int(result));
-    json_object_object_add(reply.get(), "response", response.release());
-    size_t length = 0;
-    const char *text = json_object_to_json_string_length(
-        reply.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE, &length);
-    if (text == nullptr)
-        throw std::bad_alloc();
+    const json_ptr reply = new_object();
+    add_member(reply.get(), "result", new_number(result));
+    add_member(reply.get(), "response", std::move(response));
+    const std::string_view text =
+        to_text(reply.get(), JSON_C_TO_STRING_PLAIN | JSON_C_TO_STRING_NOSLASHESCAPE);
     json_object_object_del(reply.get(), "response"); // before the text, which may be long, is copied
-    return repair_utf8({text, length});
+    return repair_utf8(text);
 }
 
 } // namespace
 
-outcome exchange(const route &target, json_ptr request) {
+outcome exchange(const route &target, json_ptr request, json_ptr response) {
     const name_hold hold(request.get());
-    json_ptr response(json_object_new_object());
     outcome done{};
     done.result = run_handler(target, request.get(), response.get());
     done.body = reply_text(done.result, std::move(response));

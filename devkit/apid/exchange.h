@@ -15,7 +15,8 @@ struct outcome {
     std::string body; // {"result": N, "response": {...}}, always valid UTF-8
 };
 
-// Runs the route's handler on the request. std::bad_alloc when the response is too large for a text.
-outcome exchange(const route &target, json_ptr request);
+// Runs the route's handler on the request and an empty response. std::bad_alloc when the response does not
+// fit into memory; the handler has run then.
+outcome exchange(const route &target, json_ptr request, json_ptr response);
 
 } // namespace apid

@@ -23,13 +23,29 @@ std::string decode_form(std::string_view text) {
     return decode_percent(spaced);
 }
 
-void add_name(json_object *request, json_object *text) {
-    json_object *names = json_object_object_get(request, "name");
-    if (names == nullptr) {
-        names = json_object_new_array();
-        json_object_object_add(request, "name", names);
-    }
-    json_object_array_add(names, text);
+// The object, unless there was no memory for it.
+json_ptr checked(json_object *made) {
+    if (made == nullptr)
+        throw std::bad_alloc();
+    return json_ptr(made);
+}
+
+// What json-c has been asked to take over, and whether it did.
+void settle(json_ptr &value, int error) {
+    if (error != 0)
+        throw std::bad_alloc();
+    static_cast<void>(value.release());
+}
+
+json_object *names_of(json_object *request) {
+    if (json_object_object_get(request, "name") == nullptr)
+        add_member(request, "name", checked(json_object_new_array()));
+    return json_object_object_get(request, "name");
+}
+
+void add_name(json_object *request, json_ptr text) {
+    json_object *names = names_of(request);
+    settle(text, json_object_array_add(names, text.get()));
 }
 
 // False when the parameter is not UTF-8.
@@ -39,15 +55,34 @@ bool add_parameter(json_object *request, std::string_view parameter) {
     const std::string value = decode_form(parameter.substr(std::min(equals + 1, parameter.size())));
     if (!is_utf8(key) || !is_utf8(value))
         return false;
-    json_object *text = json_object_new_string_len(value.data(), static_cast<int>(value.size()));
     if (key == "name")
-        add_name(request, text);
+        add_name(request, new_text(value));
     else
-        json_object_object_add(request, key.c_str(), text);
+        add_member(request, key.c_str(), new_text(value));
     return true;
 }
 
 } // namespace
+
+json_ptr new_object() { return checked(json_object_new_object()); }
+
+json_ptr new_text(std::string_view text) {
+    return checked(json_object_new_string_len(text.data(), static_cast<int>(text.size())));
+}
+
+json_ptr new_number(int number) { return checked(json_object_new_int(number)); }
+
+void add_member(json_object *object, const char *key, json_ptr value) {
+    settle(value, json_object_object_add(object, key, value.get()));
+}
+
+std::string_view to_text(json_object *object, int flags) {
+    size_t length = 0;
+    const char *text = json_object_to_json_string_length(object, flags, &length);
+    if (text == nullptr)
+        throw std::bad_alloc();
+    return {text, length};
+}
 
 json_ptr parse_object(std::string_view text) {
     // json-c's own check of UTF-8 lets surrogates and overlong forms pass.
@@ -60,7 +95,7 @@ json_ptr parse_object(std::string_view text) {
     json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT);
     errno = 0; // json-c tells want of memory from a wrong text in no other way
     json_ptr object(json_tokener_parse_ex(tokener.get(), text.data(), static_cast<int>(text.size())));
-    if (object == nullptr && errno == ENOMEM)
+    if (errno == ENOMEM)
         throw std::bad_alloc();
     if (json_tokener_get_error(tokener.get()) != json_tokener_success ||
         json_tokener_get_parse_end(tokener.get()) != text.size() ||
@@ -70,7 +105,7 @@ json_ptr parse_object(std::string_view text) {
 }
 
 json_ptr parse_query(std::string_view query) {
-    json_ptr request(json_object_new_object());
+    json_ptr request = new_object();
     while (!query.empty()) {
         const std::string_view parameter = query.substr(0, query.find('&'));
         query.remove_prefix(std::min(parameter.size() + 1, query.size()));

@@ -129,6 +129,13 @@ std::string_view content_length_of(std::string_view head) {
     return value.substr(0, value.find_last_not_of(" \t") + 1);
 }
 
+size_t length_of_empty_lines(std::string_view input) {
+    size_t length = 0;
+    while (input.substr(length).starts_with("\r\n"))
+        length += 2;
+    return length;
+}
+
 reply refuse_head(http::error why, std::string_view head) {
     if (why == http::error::bad_version && has_other_version(head))
         return error_reply(505, "neither HTTP/1.1 nor HTTP/1.0");
@@ -175,7 +182,9 @@ bool request_reader::wants_body() const { return parser_ != nullptr && !parser_-
 size_t request_reader::received() const { return parser_ == nullptr ? 0 : parser_->get().body().size(); }
 
 size_t request_reader::held() const {
-    return request_.body.capacity() + (parser_ == nullptr ? 0 : parser_->get().body().capacity());
+    // What is known of a head is a part of it; so is the target that the parser keeps.
+    return 2 * scanner_.length() + request_.body.capacity() +
+           (parser_ == nullptr ? 0 : parser_->get().body().capacity());
 }
 
 request_reader::progress request_reader::refuse(reply why) {
@@ -190,8 +199,8 @@ request_reader::progress request_reader::refuse_body(const std::string &why) {
 request_reader::progress request_reader::read_head(std::string &input) {
     using verdict = head_scanner::verdict;
     // Some clients end a body with one line end too many.
-    while (scanner_.length() == 0 && input.starts_with("\r\n"))
-        input.erase(0, 2);
+    if (scanner_.length() == 0)
+        input.erase(0, length_of_empty_lines(input));
     if (input == "\r")
         return progress::wants_more;
     switch (scanner_.scan(input)) {
@@ -234,6 +243,7 @@ request_reader::progress request_reader::parse_head(std::string_view head) {
     request_.is_http_1_1 = message.version() == 11;
     request_.keeps = request_.is_http_1_1 && parser_->keep_alive();
     request_.known = read_headers(message);
+    parser_->get().clear(); // thousands of short fields take twenty times the room that they were sent in
     return progress::has_head;
 }
 

@@ -58,7 +58,7 @@ public:
     // Whether the body is still to come.
     bool wants_body() const;
 
-    // Bytes of the body so far, and the memory for them.
+    // Bytes of the body so far, and of the memory for it and the head.
     size_t received() const;
     size_t held() const;
 

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <functional>
 #include <list>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -35,6 +34,9 @@ using phase = connection::phase;
 constexpr size_t max_connections = 512;
 constexpr size_t max_held = size_t{64} << 20; // bytes of all connections but the one that holds most
 constexpr size_t accepted_at_once = 64;
+constexpr int max_unsent =
+    64 << 10; // bytes that the system takes over of a reply before they are sent: it
+              // would take megabytes, and nobody could tell whether a client takes them
 constexpr connection::time time_to_linger = 2s; // for a client to take a last reply
 constexpr connection::time time_to_finish = 1s; // after a stop, for what is not complete
 constexpr milliseconds pause_without_files = 100ms;
@@ -53,23 +55,29 @@ bool is_out_of_files(int error) {
 class server {
 public:
     server(int listener, const std::string &token, std::chrono::seconds timeout)
-        : token_(token), timeout_(timeout), listener_(listener) {}
+        : token_(token), timeout_(timeout), listener_(listener) {
+        watched_.reserve(places_ + 2); // where memory is short later, it does not end the daemon
+    }
 
     void run();
 
 private:
     void turn();
-    bool wait_for(std::vector<pollfd> &watched) const;
+    bool wait();
     milliseconds time_to_wait() const;
     void attend(connection &client, bool is_ready);
     void serve(connection &client);
     static void give_answer(connection &client, const route &target);
     void accept_clients(size_t at_most);
+    void add_client(int socket);
     bool make_room();
     void limit_memory();
     void begin_stop();
-    void drop_overdue();
+    void drop_overdue(connection::time now);
     void drop_idle();
+    void drop_ended() {
+        clients_.remove_if([](const connection &client) { return client.now() == phase::over; });
+    }
 
     bool stops() const { return listener_ < 0; }
     connection::time serving_time() const { return clock::now().time_since_epoch() - handler_time_; }
@@ -83,6 +91,7 @@ private:
     connection::time handler_time_{};                // spent in handlers so far
     connection::time end_ = connection::time::max(); // after a stop, of all connections
     std::list<connection> clients_;
+    std::vector<pollfd> watched_;
     int listener_;
 };
 
@@ -94,39 +103,44 @@ void server::run() {
         turn();
 }
 
-// Clients whose request waits in the listener's queue are not to be lost, but no more are taken.
+// What is complete is answered: of those who are connected first, as they may have to make room then for
+// those who wait in the listener's queue. No more are taken.
 void server::begin_stop() {
+    end_ = serving_time() + time_to_finish;
+    for (connection &client : clients_) {
+        client.set_deadline(std::min(client.deadline(), end_));
+        attend(client, true);
+    }
+    drop_idle();
+    drop_ended();
     accept_clients(places_);
     close(listener_);
     listener_ = -1;
-    end_ = serving_time() + time_to_finish;
-    for (connection &client : clients_)
-        client.set_deadline(std::min(client.deadline(), end_));
 }
 
 // Waits for something to do and does it.
 void server::turn() {
-    std::vector<pollfd> watched = {{wakeup_descriptor(), POLLIN, 0}, {listener_, POLLIN, 0}};
+    watched_ = {{wakeup_descriptor(), POLLIN, 0}, {listener_, POLLIN, 0}};
     for (const connection &client : clients_)
-        watched.push_back({client.socket(), client.events(), 0});
-    if (!wait_for(watched))
+        watched_.push_back({client.socket(), client.events(), 0});
+    if (!wait())
         return;
     clear_wakeup();
-    auto ready = watched.begin() + 2;
+    const auto now = serving_time(); // who has sent something by now is not overdue
+    auto ready = watched_.begin() + 2;
     for (connection &client : clients_)
         attend(client, (ready++)->revents != 0);
-    if (watched[1].revents != 0)
-        accept_clients(std::min(accepted_at_once, places_)); // none makes room before it had its turn
-    limit_memory();
-    drop_overdue();
+    drop_overdue(now);
     if (stops())
         drop_idle();
-    clients_.remove_if([](const connection &client) { return client.now() == phase::over; });
+    drop_ended();
+    if (watched_[1].revents != 0)
+        accept_clients(std::min(accepted_at_once, places_)); // none makes room before it had its turn
 }
 
 // False when a signal came first: then nothing is known.
-bool server::wait_for(std::vector<pollfd> &watched) const {
-    if (poll(watched.data(), watched.size(), static_cast<int>(time_to_wait().count())) >= 0)
+bool server::wait() {
+    if (poll(watched_.data(), watched_.size(), static_cast<int>(time_to_wait().count())) >= 0)
         return true;
     if (errno == EINTR)
         return false;
@@ -157,6 +171,7 @@ void server::attend(connection &client, bool is_ready) {
     }
     if (client.took_part())
         client.set_deadline(deadline_in(client.now() == phase::lingering ? time_to_linger : timeout_));
+    limit_memory();
 }
 
 // Where the memory does not suffice, what the handler did is done, and only its response is lost.
@@ -198,17 +213,29 @@ void server::accept_clients(size_t at_most) {
     for (size_t count = 0; count < at_most; ++count) {
         const int socket = accept4(listener_, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (socket >= 0) {
-            const int on = 1;
-            setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-            if (clients_.size() >= places_)
-                make_room();
-            clients_.emplace_back(socket, deadline_in(timeout_));
+            add_client(socket);
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
             return;
-        } else if (is_out_of_files(errno) && !make_room()) {
-            std::this_thread::sleep_for(pause_without_files); // nobody waits but the one that cannot be taken
+        } else if (is_out_of_files(errno)) {
+            if (!make_room())
+                std::this_thread::sleep_for(pause_without_files); // nobody waits but who cannot be taken
             return;
         }
+    }
+}
+
+void server::add_client(int socket) {
+    const auto set = [&](int option, int value) {
+        setsockopt(socket, IPPROTO_TCP, option, &value, sizeof value);
+    };
+    set(TCP_NODELAY, 1);
+    set(TCP_NOTSENT_LOWAT, max_unsent);
+    if (clients_.size() >= places_)
+        make_room();
+    try {
+        clients_.emplace_back(socket, deadline_in(timeout_));
+    } catch (const std::bad_alloc &) {
+        close(socket);
     }
 }
 
@@ -219,8 +246,7 @@ bool server::make_room() {
         const bool is_answered = client.now() == phase::over || client.now() == phase::lingering;
         return std::tuple(!is_answered, client.deadline());
     };
-    const auto least = std::min_element(clients_.begin(), clients_.end(),
-                                        [&](const auto &a, const auto &b) { return rank(a) < rank(b); });
+    const auto least = std::ranges::min_element(clients_, {}, rank);
     if (least == clients_.end())
         return false;
     clients_.erase(least);
@@ -230,24 +256,19 @@ bool server::make_room() {
 // Ends connections, first those that hold much, while all of them hold too much. The one that holds most is
 // left alone: a log's reply may be larger than the limit by itself.
 void server::limit_memory() {
+    const auto most = std::ranges::max_element(clients_, {}, &connection::held);
+    const auto held_of = [&](const connection &client) { return &client == &*most ? 0 : client.held(); };
     size_t held = 0;
     for (const connection &client : clients_)
-        held += client.held();
-    if (held <= max_held)
-        return;
-    std::vector<connection *> by_size;
-    for (connection &client : clients_)
-        by_size.push_back(&client);
-    std::ranges::stable_sort(by_size, std::greater{}, &connection::held);
-    held -= by_size.front()->held();
-    for (size_t at = 1; held > max_held; ++at) {
-        held -= by_size[at]->held();
-        by_size[at]->end();
+        held += held_of(client);
+    while (held > max_held) {
+        const auto next = std::ranges::max_element(clients_, {}, held_of);
+        held -= next->held();
+        next->end();
     }
 }
 
-void server::drop_overdue() {
-    const auto now = serving_time();
+void server::drop_overdue(connection::time now) {
     for (connection &client : clients_)
         if (client.deadline() <= now)
             client.end();

@@ -7,8 +7,10 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace apid::trace {
 
@@ -29,18 +31,29 @@ void append(const std::string &line) {
     close(file);
 }
 
+std::string line_of(const char *kind, json_ptr values) {
+    const json_ptr line = new_object();
+    add_member(line.get(), "time", new_text(time_text()));
+    add_member(line.get(), "kind", new_text(kind));
+    add_member(line.get(), "of", std::move(values));
+    return std::string(to_text(line.get(), JSON_C_TO_STRING_PLAIN)) + '\n';
+}
+
 } // namespace
 
 void keep_in(const std::string &file) { kept_in = file; }
 
 bool is_kept() { return !kept_in.empty(); }
 
-void add(const char *kind, json_object *members) {
-    const json_ptr line(json_object_new_object());
-    json_object_object_add(line.get(), "time", json_object_new_string(time_text().c_str()));
-    json_object_object_add(line.get(), "kind", json_object_new_string(kind));
-    json_object_object_add(line.get(), "of", members);
-    append(std::string(json_object_to_json_string_ext(line.get(), JSON_C_TO_STRING_PLAIN)) + '\n');
+void add(const char *kind, members of) noexcept {
+    json_ptr values(json_object_new_object());
+    for (const auto &[name, value] : of)
+        if (values == nullptr || json_object_object_add(values.get(), name, value) != 0)
+            json_object_put(value);
+    try {
+        append(line_of(kind, std::move(values)));
+    } catch (const std::bad_alloc &) {
+    }
 }
 
 } // namespace apid::trace

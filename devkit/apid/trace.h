@@ -2,8 +2,10 @@
 // A record of what the daemon does, one JSON object a line, each with "time" (UTC, microseconds) and "kind".
 #pragma once
 
+#include <initializer_list>
 #include <json-c/json.h>
 #include <string>
+#include <utility>
 
 namespace apid::trace {
 
@@ -13,7 +15,10 @@ void keep_in(const std::string &file);
 // Whether a record is kept.
 bool is_kept();
 
-// Adds a line; takes over the members, an object. What cannot be written is lost, and nothing else.
-void add(const char *kind, json_object *members);
+using members = std::initializer_list<std::pair<const char *, json_object *>>;
+
+// Adds a line; takes the values over. What cannot be written, or does not fit into memory, is lost, and
+// nothing else.
+void add(const char *kind, members of) noexcept;
 
 } // namespace apid::trace

@@ -53,14 +53,8 @@ function *real(const char *library, const char *name) {
 constexpr const char *utility = "libzuutil.so";
 constexpr const char *wifi = "libzuwificore.so";
 
-using members = std::initializer_list<std::pair<const char *, const char *>>;
-
-void record(const char *kind, const members &texts) {
-    json_object *object = json_object_new_object();
-    for (const auto &[name, text] : texts)
-        json_object_object_add(object, name, text == nullptr ? nullptr : json_object_new_string(text));
-    add(kind, object);
-}
+// Null for null.
+json_object *text(const char *value) { return value == nullptr ? nullptr : json_object_new_string(value); }
 
 // What the option holds, null when it holds nothing.
 const char *value_of(zuci2_context *context, const char *path, char (&buffer)[4096]) {
@@ -70,12 +64,13 @@ const char *value_of(zuci2_context *context, const char *path, char (&buffer)[40
 
 void record_change(const char *kind, zuci2_context *context, const char *path, const char *value) {
     char before[4096];
-    record(kind, {{"path", path}, {"from", value_of(context, path, before)}, {"value", value}});
+    add(kind,
+        {{"path", text(path)}, {"from", text(value_of(context, path, before))}, {"value", text(value)}});
 }
 
 void record_command(const char *kind, const char *command) {
     if (is_recorded())
-        record(kind, {{"command", command}});
+        add(kind, {{"command", text(command)}});
 }
 
 } // namespace
@@ -98,7 +93,7 @@ int zuci2_delete(zuci2_context *context, const char *path) {
 
 int zuci2_commit(zuci2_context *context, const char *package) {
     if (is_recorded())
-        record("commit", {{"path", package}});
+        add("commit", {{"path", text(package)}});
     const within call;
     return real<decltype(zuci2_commit)>(utility, "zuci2_commit")(context, package);
 }
@@ -129,7 +124,8 @@ int fork_exec2(const char *command) {
 
 int mt76x8_private_iwpriv_set(const char *interface_name, const char *parameter, const char *value) {
     if (is_recorded())
-        record("iwpriv", {{"path", interface_name}, {"parameter", parameter}, {"value", value}});
+        add("iwpriv",
+            {{"path", text(interface_name)}, {"parameter", text(parameter)}, {"value", text(value)}});
     const within call;
     return real<decltype(mt76x8_private_iwpriv_set)>(wifi, "mt76x8_private_iwpriv_set")(interface_name,
                                                                                         parameter, value);
@@ -147,13 +143,13 @@ FILE *popen(const char *command, const char *mode) {
 
 void sync() noexcept {
     if (is_recorded())
-        record("sync", {});
+        add("sync", {});
     real<decltype(sync)>(nullptr, "sync")();
 }
 
 unsigned sleep(unsigned seconds) {
     if (is_recorded())
-        record("sleep", {{"seconds", std::to_string(seconds).c_str()}});
+        add("sleep", {{"seconds", text(std::to_string(seconds).c_str())}});
     return real<decltype(sleep)>(nullptr, "sleep")(seconds);
 }
 

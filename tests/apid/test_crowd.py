@@ -2,6 +2,7 @@
 """Many clients that only cost: an honest one does not notice them."""
 
 import contextlib
+import http.client
 import os
 import resource
 import socket
@@ -131,6 +132,15 @@ class Crowd(DaemonTest):
             for _ in range(30):
                 self.check_honest(daemon)
 
+    def test_empty_lines(self):
+        """That all have come when a handler ends."""
+        daemon = self.daemon()
+        with daemon.connect() as busy:
+            busy.sendall(b"GET /test/slow?ms=2000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            with self.crowd(daemon, CROWD, b"\r\n" * 60_000):
+                busy.recv(1)
+                self.check_honest(daemon)
+
     def test_few_descriptors(self):
         daemon = self.daemon(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))
         with self.crowd(daemon, 200, HEAD):
@@ -138,12 +148,16 @@ class Crowd(DaemonTest):
             # Handlers still have descriptors to run commands with.
             self.assertGreater(len(daemon.get("/test/child")[2]["response"]["lines"]), 2)
 
+    def memory(self, daemon, kind):
+        """In kB."""
+        with open(f"/proc/{daemon.process.pid}/status", encoding="ascii") as status:
+            return next(int(line.split()[1]) for line in status if line.startswith(kind + ":"))
+
     def test_memory_of_unfinished_bodies_is_bounded(self):
         daemon = self.daemon()
         with self.crowd(daemon, 200, POST + b"Content-Length: 1048576\r\n\r\n" + b"{" * 1_000_000):
             self.check_honest(daemon)
-            with open(f"/proc/{daemon.process.pid}/status", encoding="ascii") as status:
-                resident = next(int(line.split()[1]) for line in status if line.startswith("VmRSS:"))
+            resident = self.memory(daemon, "VmRSS")
         if "asan" not in os.path.basename(daemon.process.args[0]):
             self.assertLess(resident, 120_000, "kB: 64 MiB, and what the allocator keeps of bodies that grew")
 
@@ -187,6 +201,22 @@ class LittleMemory(Crowd):
     def test_large_replies_that_are_not_taken(self):
         self.hold(self.daemon(), 400, POST + b"Content-Length: 1000000\r\n\r\n{\"a\":\"" + b"x" * 999_992 + b"\"}")
 
+    def test_heads_of_many_short_fields(self):
+        head = POST + b"Content-Length: 10\r\n"
+        self.hold(self.daemon(), CROWD, head + b"a:\r\n" * ((32_000 - len(head)) // 4) + b"\r\n")
+
+    def test_large_replies_to_those_who_waited(self):
+        """All of whose requests are there when a handler ends."""
+        daemon = self.daemon()
+        with contextlib.ExitStack() as clients:
+            busy, *waiting = (clients.enter_context(self.connect_narrow(daemon)) for _ in range(60))
+            busy.sendall(b"GET /test/slow?ms=1000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            time.sleep(0.3)
+            for client in waiting:
+                client.sendall(b"GET /test/large?size=10000000 HTTP/1.1\r\nHost: localhost\r\n\r\n")
+            self.check_honest(daemon)
+            self.assertLess(self.memory(daemon, "VmPeak"), 160_000, "kB: 64 MiB, the largest one, and one in the making")
+
     def test_clients_that_hold_little_outlive_those_that_hold_much(self):
         daemon = self.daemon()
         upload = POST + b"Connection: close\r\nContent-Length: 10\r\n\r\n"
@@ -226,11 +256,31 @@ class LittleMemory(Crowd):
                 self.assertLess(time.monotonic() - start, 20, f"{answered} answered")
             sender.join()
 
+    def leave_memory(self, daemon, size):
+        size += self.memory(daemon, "VmSize") << 10
+        resource.prlimit(daemon.process.pid, resource.RLIMIT_AS, (size, 256 << 20))
+
+    def test_a_query_that_does_not_fit(self):
+        """Is answered as it is, or not at all."""
+        refused = (500, {"error": "the request does not fit into memory"})
+        asked = {format(number, "x"): "" for number in range(6000)}
+        answers = []
+        for size in range(0, 1_600_000, 100_000):
+            daemon = self.daemon()
+            self.leave_memory(daemon, size)
+            with contextlib.suppress(http.client.HTTPException, ConnectionError):
+                status, _, answer = daemon.get("/test/echo?" + "&".join(asked))
+                answers.append((status, answer))
+            self.leave_memory(daemon, 10 << 20)
+            self.assertEqual(daemon.get("/test/echo")[0], 200)
+        self.assertIn(refused, answers)
+        for answer in answers:
+            if answer != refused:
+                self.assertEqual((answer[0], answer[1]["response"]["request"]), (200, asked))
+
     def test_a_request_that_does_not_fit_is_not_called_wrong(self):
         daemon = self.daemon()
-        with open(f"/proc/{daemon.process.pid}/statm", encoding="ascii") as pages:
-            size = int(pages.read().split()[0]) * resource.getpagesize()
-        resource.prlimit(daemon.process.pid, resource.RLIMIT_AS, (size + (12 << 20), 256 << 20))
+        self.leave_memory(daemon, 12 << 20)
         numbers = {"a": [0] * 300_000}
         status, _, answer = daemon.post("/test/echo_post", numbers)
         self.assertEqual((status, answer), (500, {"error": "the request does not fit into memory"}))

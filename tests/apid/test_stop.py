@@ -2,6 +2,7 @@
 """A stop finishes the requests in work and nothing else."""
 
 import contextlib
+import resource
 import signal
 import socket
 import threading
@@ -85,19 +86,26 @@ class Stop(DaemonTest):
                     self.assertNotIn(b'"result"', read_all(slow))
                     self.assertEqual(replies(read_all(quick))[0][0], 200)
 
-    def test_what_is_complete_is_answered(self):
-        daemon = self.daemon()
+    def check_what_is_complete(self, count, **options):
+        daemon = self.daemon(**options)
         with contextlib.ExitStack() as clients:
-            busy, *waiting = (clients.enter_context(daemon.connect()) for _ in range(20))
+            busy, *waiting = (clients.enter_context(daemon.connect()) for _ in range(count))
+            time.sleep(0.3)  # all are accepted
             busy.sendall(SLOW)
             time.sleep(0.3)
-            late = [clients.enter_context(daemon.connect()) for _ in range(20)]
+            late = [clients.enter_context(daemon.connect()) for _ in range(count)]
             for client in (*waiting, *late):
                 client.sendall(POST + b" {} ")
             self.check_stop(daemon, 3)
             for client in (busy, *waiting, *late):
                 (status, headers, _), = replies(read_all(client))
                 self.assertEqual((status, headers["connection"]), (200, "close"))
+
+    def test_what_is_complete_is_answered(self):
+        self.check_what_is_complete(20)
+
+    def test_those_who_wait_take_no_places_from_what_is_complete(self):
+        self.check_what_is_complete(30, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 64)))
 
     def test_reply_that_is_not_taken(self):
         daemon = self.daemon()
