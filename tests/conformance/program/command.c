@@ -95,12 +95,13 @@ static bool has_five_lines(const char *path) {
     return strlen(text) >= 10;
 }
 
-// The pauses are for the shell, which takes its time from its start to its first command. The file is for a
-// library that would not start the next command before the last one has ended.
+// The pauses are for the shell, which takes its time from its start to its first command. The commands go on
+// for so long that a library which would not start the next one before the last one has ended is not done in
+// time.
 static void check_fork_order(void) {
     char text[64];
     for (int number = 1; number <= 5; ++number) {
-        snprintf(text, sizeof text, "echo %d >>order; sleep 1", number);
+        snprintf(text, sizeof text, "echo %d >>order; sleep 3", number);
         expect_success("a call", fork_exec2(text));
         pause_for(200);
     }
